@@ -1,0 +1,35 @@
+# The two commands of the README, and a few more for developers.
+#   make example   set up if needed, build, run the bundled example
+#   make test      set up if needed, build, run every test
+#   make bench     build and run the benchmarks (Release)
+#   make sanitize  build and test with AddressSanitizer and UBSan
+BUILD    ?= build
+JOBS     ?= $(shell nproc)
+GENERATOR = -G Ninja
+
+.PHONY: setup configure build example test bench sanitize clean
+
+setup:
+	@bash scripts/setup.sh
+
+configure: setup
+	@cmake -S . -B $(BUILD) $(GENERATOR) $(CMAKE_ARGS) >/dev/null
+
+build: configure
+	@cmake --build $(BUILD) -j $(JOBS)
+
+example: build
+	@$(BUILD)/tests/dependency_tests
+
+test: build
+	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+bench:
+	@$(MAKE) --no-print-directory build BUILD=build-release CMAKE_ARGS="-DCMAKE_BUILD_TYPE=Release"
+	@bash bench/run.sh build-release
+
+sanitize:
+	@$(MAKE) --no-print-directory test BUILD=build-asan CMAKE_ARGS="-DOVPARQUET_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug"
+
+clean:
+	rm -rf build build-release build-asan
