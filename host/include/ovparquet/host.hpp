@@ -1,0 +1,12 @@
+// The embedded host platform: every exported declaration.
+#pragma once
+
+#include <ovparquet/host/error.hpp>
+#include <ovparquet/host/interrupt.hpp>
+#include <ovparquet/host/iri.hpp>
+#include <ovparquet/host/log.hpp>
+#include <ovparquet/host/message.hpp>
+#include <ovparquet/host/stream.hpp>
+#include <ovparquet/host/threads.hpp>
+#include <ovparquet/host/ustring.hpp>
+#include <ovparquet/host/warning.hpp>

@@ -1,0 +1,87 @@
+// The representation of host arrays, shared by the array_*.cpp files only.
+#pragma once
+
+#include <ovparquet/host/array.hpp>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ovdetail {
+
+// A flat data buffer: the memory and whatever keeps it alive (an aligned
+// allocation of the host's, an adopted std::vector, or memory shared with
+// another library). A read-only buffer is copied before its first write.
+struct Buffer {
+  void* data = nullptr;
+  std::shared_ptr<void> owner;
+  bool readOnly = false;
+
+  // 64-byte aligned, at least one cache line even for zero bytes; zero-filled
+  // on request, untouched otherwise.
+  static Buffer allocate(std::size_t bytes, bool zero);
+};
+
+}  // namespace ovdetail
+
+// One struct for every class; each class uses only its own members.
+class ovArray {
+ public:
+  ovClassID classID = ovClassID::Double;
+  ovDims dims{0, 0};
+  std::size_t numel = 0;
+
+  // Numeric, logical, char, datetime, duration (int64 ticks), categorical
+  // (int32 codes).
+  ovdetail::Buffer real;
+  ovdetail::Buffer imag;
+  bool complex = false;
+
+  // One byte per element, 1 = missing; null when there is no mask.
+  std::unique_ptr<std::uint8_t[]> mask;
+
+  // String: all text, and numel+1 offsets into it.
+  std::u16string text;
+  std::vector<std::int64_t> offsets;
+
+  // Cell: numel slots. Struct: numel * fieldNames.size() slots, element-major
+  // (all fields of element 0, then of element 1, ...).
+  std::vector<unique_ovarray_ptr> slots;
+  std::vector<std::string> fieldNames;
+
+  // Datetime and duration.
+  ovTimeUnit unit = ovTimeUnit::Second;
+  std::optional<std::string> zone;
+
+  // Categorical.
+  unique_ovarray_ptr categories;
+  bool ordered = false;
+};
+
+namespace ovdetail {
+
+std::size_t checkedNumel(const ovDims& dims);
+ovDims normaliseDims(std::size_t ndims, const std::size_t* dims);
+unique_ovarray_ptr makeArray(ovClassID classID, ovDims dims);
+void allocateData(ovArray& array, bool complex, bool zero);
+
+void requireArray(const ovArray* array);
+[[noreturn]] void throwClassMismatch(const char* expected, const ovArray* array);
+void requireClass(const ovArray* array, ovClassID classID);
+void requireIndex(std::size_t index, std::size_t count);
+
+bool hasFlatData(ovClassID classID) noexcept;
+bool isFloatClass(ovClassID classID) noexcept;
+bool isNumericClass(ovClassID classID) noexcept;
+
+// Copies shared read-only data into the array's own storage.
+void makeWritable(ovArray& array);
+// Puts the conventional value under a missing element (the mask is not
+// touched).
+void writeMissingValue(ovArray& array, std::size_t index);
+// Replaces the text of one string element, shifting the offsets after it.
+void setStringElement(ovArray& array, std::size_t index, std::u16string_view text);
+
+}  // namespace ovdetail
