@@ -422,8 +422,8 @@ unique_ovarray_ptr ovCreateCharArray(orvane::ustring_view text) {
 unique_ovarray_ptr ovCreateNumericArrayShared(const ovDims& dims, ovClassID classID,
                                               const void* data,
                                               std::shared_ptr<const void> owner) {
-  if (!hasFlatData(classID)) {
-    throw std::invalid_argument("ovCreateNumericArrayShared: the class has no flat data");
+  if (!isNumericClass(classID) && classID != ovClassID::Logical && classID != ovClassID::Char) {
+    throw std::invalid_argument("ovCreateNumericArrayShared: not a numeric, logical or char class");
   }
   auto array = makeArray(classID, normaliseDims(dims.size(), dims.data()));
   if (array->numel == 0) {

@@ -76,7 +76,7 @@ class Comparer {
         return flat(a, b, path);
       case ovClassID::Categorical:
         if (a->ordered != b->ordered) return differ(path, "ordinal flag differs");
-        if (!equal(a->categories.get(), b->categories.get(), path + ".categories")) return false;
+        if (!equal(a->categories.get(), b->categories.get(), pathText(path) + ".categories")) return false;
         return flat(a, b, path);
       default: return flat(a, b, path);
     }

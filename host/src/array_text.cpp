@@ -168,8 +168,9 @@ std::string durationText(std::int64_t ticks, ovTimeUnit unit) {
 // `quoted`.
 std::string elementText(const ovArray* a, std::size_t i, bool quoted) {
   if (ovIsMissing(a, i)) return kMissing;
-  const void* data = ovGetData(a);
-  const void* imag = ovIsComplex(a) ? ovGetImagData(a) : nullptr;
+  const bool flat = ovIsNumeric(a) || ovIsLogical(a) || ovIsChar(a);
+  const void* data = flat ? ovGetData(a) : nullptr;
+  const void* imag = flat && ovIsComplex(a) ? ovGetImagData(a) : nullptr;
   auto at = [&](auto tag) { return static_cast<const decltype(tag)*>(data)[i]; };
   switch (ovGetClassID(a)) {
     case ovClassID::Double:

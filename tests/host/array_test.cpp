@@ -330,6 +330,7 @@ TEST(ArrayNumeric, SharedMemoryIsCopiedBeforeWriting) {
   std::weak_ptr<std::vector<double>> alive = owner;
   auto a = ovCreateNumericArrayShared({3, 1}, ovClassID::Double, owner->data(), owner);
   auto b = ovCreateNumericArrayShared({3, 1}, ovClassID::Double, owner->data(), owner);
+  std::shared_ptr<const void> keep = owner;  // lets the test read the memory to the end
   owner.reset();
   ASSERT_FALSE(alive.expired());
   EXPECT_EQ(ovGetData(a.get()), shared);
@@ -342,9 +343,18 @@ TEST(ArrayNumeric, SharedMemoryIsCopiedBeforeWriting) {
   EXPECT_EQ(ovGetScalar(a.get(), 2), 3.0);
 
   ovSetMissing(b.get(), 1);  // a write too
+  EXPECT_NE(ovGetData(b.get()), shared);
   EXPECT_EQ(shared[1], 2.0);
   EXPECT_TRUE(std::isnan(ovGetScalar(b.get(), 1)));
-  EXPECT_TRUE(alive.expired());  // nothing holds the shared memory any more
+  keep.reset();
+  EXPECT_TRUE(alive.expired());  // neither array holds the shared memory any more
+  EXPECT_EQ(ovGetScalar(b.get(), 2), 3.0);
+
+  const std::int64_t ticks[] = {1};
+  EXPECT_THROW(ovCreateNumericArrayShared({1, 1}, ovClassID::Datetime, ticks, nullptr),
+               std::invalid_argument);
+  EXPECT_THROW(ovCreateNumericArrayShared({1, 1}, ovClassID::String, ticks, nullptr),
+               std::invalid_argument);
 }
 
 // ---------------------------------------------------------------------------
@@ -589,6 +599,15 @@ TEST(ArrayCell, SetAndReplaceTakeOwnershipAndDestroyThePrevious) {
   ovReplaceCell(cell.get(), 1, std::move(fourth.array));
   cell.reset();
   EXPECT_TRUE(fourth.alive.expired());
+}
+
+TEST(ArrayCell, DestroyArrayFreesARawArray) {
+  Tracked value = tracked();
+  ovArray* raw = value.array.release();
+  EXPECT_FALSE(value.alive.expired());
+  ovDestroyArray(raw);
+  EXPECT_TRUE(value.alive.expired());
+  ovDestroyArray(nullptr);  // allowed, like delete
 }
 
 TEST(ArrayCell, MisuseDestroysTheValueAndRaises) {

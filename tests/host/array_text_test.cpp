@@ -214,7 +214,7 @@ TEST(ArrayText, TableWithNestedColumns) {
   auto table = ovCreateTable(std::move(columns), {u"list", u"rec"});
   EXPECT_EQ(text(table),
             "list    rec\n"
-            "------  ---------------\n"
+            "------  --------------\n"
             "[1; 2]  {k: \"p\", v: 5}\n"
             "[]      {k: \"q\", v: 6}");
   EXPECT_EQ(ovArrayToInlineText(table.get()),

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <regex>
 #include <set>
 
 namespace orvane {
@@ -27,21 +26,27 @@ std::string rendered(const MessageArgument& a) {
   return ustring_to_utf8(std::get<ustring>(a));
 }
 
+// The hole numbers {N} found in a text.
+std::set<int> holesIn(std::string_view text) {
+  std::set<int> holes;
+  for (std::size_t i = 0; i + 2 < text.size(); ++i) {
+    if (text[i] == '{' && text[i + 2] == '}' && text[i + 1] >= '0' && text[i + 1] <= '9') {
+      holes.insert(text[i + 1] - '0');
+    }
+  }
+  return holes;
+}
+
 // Walks the whole catalog: every entry formats with exactly its argument
 // count, uses every argument, leaves no hole behind, and refuses any other
 // argument count.
 TEST(MessageCatalog, EveryEntryFormatsWithItsArgumentCountOnly) {
-  const std::regex hole(R"(\{([0-9])\})");
   std::set<std::string_view> seen;
   for (const auto& entry : messageCatalog()) {
     SCOPED_TRACE(std::string(entry.identifier));
     EXPECT_TRUE(seen.insert(entry.identifier).second) << "duplicate identifier";
     // Holes in the text are exactly {1}..{count}.
-    std::set<int> holes;
-    const std::string text(entry.text);
-    for (auto it = std::sregex_iterator(text.begin(), text.end(), hole); it != std::sregex_iterator(); ++it) {
-      holes.insert(std::stoi((*it)[1]));
-    }
+    const std::set<int> holes = holesIn(entry.text);
     std::set<int> expected;
     for (std::size_t i = 1; i <= entry.argumentCount; ++i) expected.insert(static_cast<int>(i));
     EXPECT_EQ(holes, expected);
@@ -51,7 +56,7 @@ TEST(MessageCatalog, EveryEntryFormatsWithItsArgumentCountOnly) {
     Message message(std::string(entry.identifier.substr(0, dot)), std::string(entry.identifier.substr(dot + 1)));
     message.arguments = args;
     const std::string formatted = formatMessage(message);
-    EXPECT_FALSE(std::regex_search(formatted, hole)) << formatted;
+    EXPECT_TRUE(holesIn(formatted).empty()) << formatted;
     for (const auto& a : args) EXPECT_NE(formatted.find(rendered(a)), std::string::npos) << formatted;
 
     message.arguments = sampleArguments(entry.argumentCount + 1);

@@ -203,8 +203,9 @@ unique_ovarray_ptr ovCreateCharArray(orvane::ustring_view text);
 template <typename T>
 unique_ovarray_ptr ovCreateNumericArrayFromVector(const ovDims& dims, std::vector<T> data);
 
-// Zero-copy sharing of memory owned elsewhere (e.g. an Arrow buffer): the
-// array reads `data` (aligned to the element size, numel elements) and keeps
+// Zero-copy sharing of memory owned elsewhere (e.g. an Arrow buffer) by a
+// real numeric, logical or char array (std::invalid_argument for other
+// classes): it reads `data` (aligned to the element size, numel elements) and keeps
 // `owner` alive while it does. The memory is never written: the first
 // mutable access (ovGetDataMutable, ovSetMissing, ...) copies it into the
 // array's own storage.
@@ -372,6 +373,7 @@ unique_ovarray_ptr ovCreateStructArray(const ovDims& dims,
 unique_ovarray_ptr ovCreateStructMatrix(std::size_t m, std::size_t n,
                                         const std::vector<std::string>& fieldNames);
 
+// 0 for arrays of other classes.
 int ovGetNumberOfFields(const ovArray* array);
 // ArrayIndexOutOfRange for a bad field number.
 const std::string& ovGetFieldNameByNumber(const ovArray* array, int fieldNumber);

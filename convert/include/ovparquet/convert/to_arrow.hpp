@@ -1,0 +1,68 @@
+// Host tables to Arrow tables.
+#pragma once
+
+#include <ovparquet/host/array.hpp>
+
+#include <arrow/result.h>
+#include <arrow/type_fwd.h>
+
+#include <memory>
+
+namespace orvane::io::arrow::core {
+
+// Converts a host table to an Arrow table with one column (a single chunk) per
+// variable, named after "Names". Each host class has one canonical Arrow type:
+//
+//   host class     Arrow type
+//   -------------  -----------------------------------------------------------
+//   logical        bool
+//   int8 ... uint64 the same integer type
+//   single         float
+//   double         double
+//   string         string (utf8)
+//   datetime       timestamp(unit, zone); unit day: date32
+//   duration       duration(unit)
+//   categorical    dictionary<int32, string>, ordered as the categorical is
+//   cell           list<T>, T the canonical type of the elements' class
+//   nested table   struct of its variables (every field nullable)
+//
+// - Missing elements become nulls.
+// - Cells: every element is one row's list and must be an n-by-1 array (or a
+//   host table of n rows); all elements of a cell share one class (and unit
+//   and zone for datetimes, unit for durations, ordering for categoricals, the
+//   variable names for tables). An empty slot or a 0x0 double is a null list;
+//   a 0-by-1 array is an empty list. A cell without any element of a class
+//   (all slots empty, or no rows) becomes list<null>.
+// - So a cell of uint8 column vectors (what binary columns read as) is written
+//   as list<uint8>, and a cell of "Key"/"Value" tables (what map columns read
+//   as) as list<struct<Key, Value>>: neither binary nor map types are
+//   produced.
+// - Categoricals in the elements of one cell may hold different categories;
+//   they are unified into one dictionary.
+// - A datetime zone given as the empty text is written as no zone: Arrow does
+//   not tell the two apart.
+// - Unpaired UTF-16 surrogates in strings are written as U+FFFD.
+//
+// With to_orvane the round trip host -> Arrow -> host gives an equal host
+// array for every class (except for the empty zone above), and
+// Arrow -> host -> Arrow gives an equal table whenever every column's type is
+// canonical (its nested structs have no null rows, and the chunks of a
+// dictionary column share one dictionary). The other Arrow types come back as
+// the canonical type of the class they read as (see to_orvane_datatype), for
+// example large_string as string, date64 as date32, time32 as duration, map
+// as list<struct<Key, Value>>, binary as list<uint8>.
+//
+// Anything that is not a well-formed host table fails with a status naming
+// the variable and the reason (a TableErrorStatusDetail carries the top-level
+// variable's name when there is one): a wrong class or shape of the table,
+// "Columns" or "Names", unequal heights, a variable that is not N-by-1, cell
+// elements of different classes (Invalid); classes without an Arrow type
+// (char, complex numbers, structs that are not host tables) (TypeError);
+// texts or lists too long for 32-bit offsets (CapacityError).
+::arrow::Result<std::shared_ptr<::arrow::Table>> to_arrow_table(const ovArray* table);
+
+// Converts one variable (an N-by-1 array or a nested host table) to an Arrow
+// array of its canonical type, as above.
+::arrow::Result<std::shared_ptr<::arrow::Array>> to_arrow_array(const ovArray* column);
+
+}  // namespace orvane::io::arrow::core

@@ -1,0 +1,75 @@
+// Lists and maps (cells of one array per row) and structs (nested host
+// tables).
+#include "read_internal.hpp"
+
+#include <ovparquet/host/ustring.hpp>
+
+namespace orvane::io::arrow::core::detail {
+namespace {
+
+template <typename Offset>
+unique_ovarray_ptr readLists(const ::arrow::DataType& type, Segments segments, std::size_t rows,
+                             ParentMissing parentMissing, ReadContext& context) {
+  static const std::vector<orvane::ustring> kMapNames{u"Key", u"Value"};
+  const bool isMap = type.id() == ::arrow::Type::MAP;
+  const ::arrow::DataType& valueType = *type.field(0)->type();
+  const std::vector<std::uint8_t> missing = missingRows(segments, rows, parentMissing);
+  auto cell = ovCreateCellArray(ovDims{rows, 1});
+  std::size_t row = 0;
+  for (const Segment& segment : segments) {
+    if (segment.length == 0) continue;
+    const Offset* offsets =
+        reinterpret_cast<const Offset*>(segment.data->buffers[1]->data()) + segment.position();
+    const ::arrow::ArrayData* values = segment.data->child_data[0].get();
+    for (std::int64_t j = 0; j < segment.length; ++j, ++row) {
+      if (!missing.empty() && missing[row]) continue;
+      const Segment slice{values, offsets[j], offsets[j + 1] - offsets[j]};
+      const auto length = static_cast<std::size_t>(slice.length);
+      // A map's entries become a table of the variables Key and Value.
+      ovReplaceCell(cell.get(), row,
+                    isMap ? readStruct(static_cast<const ::arrow::StructType&>(valueType),
+                                       Segments(&slice, 1), length, nullptr, context, &kMapNames)
+                          : readColumn(valueType, Segments(&slice, 1), length, nullptr, context));
+    }
+  }
+  return cell;
+}
+
+}  // namespace
+
+unique_ovarray_ptr readList(const ::arrow::DataType& type, Segments segments, std::size_t rows,
+                            ParentMissing parentMissing, ReadContext& context) {
+  if (type.id() == ::arrow::Type::LARGE_LIST) {
+    return readLists<std::int64_t>(type, segments, rows, parentMissing, context);
+  }
+  return readLists<std::int32_t>(type, segments, rows, parentMissing, context);
+}
+
+unique_ovarray_ptr readStruct(const ::arrow::StructType& type, Segments segments,
+                              std::size_t rows, ParentMissing parentMissing,
+                              ReadContext& context, const std::vector<orvane::ustring>* names) {
+  if (type.num_fields() == 0) context.unsupported(type);
+  // A null struct row is missing in every field.
+  const std::vector<std::uint8_t> missing = missingRows(segments, rows, parentMissing);
+  const ParentMissing fieldMissing = missing.empty() ? nullptr : missing.data();
+  std::vector<unique_ovarray_ptr> columns;
+  std::vector<orvane::ustring> columnNames;
+  columns.reserve(static_cast<std::size_t>(type.num_fields()));
+  columnNames.reserve(static_cast<std::size_t>(type.num_fields()));
+  std::vector<Segment> fieldSegments(segments.size());
+  for (int k = 0; k < type.num_fields(); ++k) {
+    // Row j of a struct is row (struct offset + j) of each field's array.
+    for (std::size_t s = 0; s < segments.size(); ++s) {
+      const Segment& segment = segments[s];
+      fieldSegments[s] = Segment{segment.data->child_data[static_cast<std::size_t>(k)].get(),
+                                 segment.data->offset + segment.start, segment.length};
+    }
+    columns.push_back(
+        readColumn(*type.field(k)->type(), fieldSegments, rows, fieldMissing, context));
+    columnNames.push_back(names ? (*names)[static_cast<std::size_t>(k)]
+                                : orvane::to_ustring(type.field(k)->name()));
+  }
+  return ovCreateTable(std::move(columns), columnNames);
+}
+
+}  // namespace orvane::io::arrow::core::detail

@@ -1,0 +1,90 @@
+#include <ovparquet/core/common/Log.hpp>
+
+#include <boost/exception/diagnostic_information.hpp>
+
+#include <exception>
+
+namespace orvane::io::parquet::core::common {
+
+Logger& getLogger() {
+  static Logger logger("ovio::parquet");
+  return logger;
+}
+
+namespace detail {
+void putWide(boost::log::record_ostream& out, std::u16string_view text) {
+  std::string narrow;
+  orvane::append_utf16_replacing(text, narrow);
+  out << narrow;
+}
+}  // namespace detail
+
+void logCaughtException() noexcept {
+  try {
+    if (!orvane::log::isEnabled(orvane::log::kException)) return;
+    logRecord(orvane::log::kException, "Exception caught: ",
+              boost::current_exception_diagnostic_information());
+  } catch (...) {
+    // Logging never replaces the error being handled.
+  }
+}
+
+std::string traceSignature(std::string_view pretty) {
+  // How libstdc++ spells std::u16string once typedefs are resolved.
+  static constexpr std::string_view kSpellings[] = {
+      "std::__cxx11::basic_string<char16_t>",
+      "std::__cxx11::basic_string<char16_t, std::char_traits<char16_t>, std::allocator<char16_t> >",
+      "std::basic_string<char16_t>",
+      "std::u16string",
+      "orvane::ustring",
+  };
+  std::string text(pretty);
+  for (std::string_view spelling : kSpellings) {
+    for (auto at = text.find(spelling); at != std::string::npos; at = text.find(spelling, at)) {
+      text.replace(at, spelling.size(), "ustring");
+      at += 7;
+    }
+  }
+  return text;
+}
+
+ScopeTrace::ScopeTrace(Logger& logger, const char* signature, const char* file, int line) noexcept
+    : mLogger(logger),
+      mSignature(signature),
+      mFile(file),
+      mLine(line),
+      mUncaughtExceptions(std::uncaught_exceptions()),
+      mEnabled(orvane::log::isEnabled(orvane::log::kScopeEntry)) {
+  if (!mEnabled) return;
+  try {
+    auto record = mLogger.open_record(boost::log::keywords::severity = orvane::log::kScopeEntry);
+    if (record) {
+      boost::log::record_ostream stream(record);
+      stream << traceSignature(mSignature);
+      stream.flush();
+      mLogger.push_record(std::move(record));
+    }
+  } catch (...) {
+    // A failed trace record must not change what the function does.
+  }
+  orvane::log::increaseDepth();
+}
+
+ScopeTrace::~ScopeTrace() {
+  if (!mEnabled) return;
+  orvane::log::decreaseDepth();
+  try {
+    auto record = mLogger.open_record(boost::log::keywords::severity = orvane::log::kScopeExit);
+    if (record) {
+      boost::log::record_ostream stream(record);
+      stream << traceSignature(mSignature);
+      if (std::uncaught_exceptions() > mUncaughtExceptions) stream << " [throw]";
+      stream.flush();
+      mLogger.push_record(std::move(record));
+    }
+  } catch (...) {
+    // A destructor never throws.
+  }
+}
+
+}  // namespace orvane::io::parquet::core::common

@@ -1,0 +1,150 @@
+#include <ovparquet/core/common/ReadableWritableFile.hpp>
+#include <ovparquet/core/common/Utils.hpp>
+#include <ovparquet/host/error.hpp>
+
+#include <arrow/buffer.h>
+#include <arrow/memory_pool.h>
+
+#include <cctype>
+
+namespace orvane::io::parquet::core::common {
+namespace {
+constexpr const char* kTraceSource = "common/ReadableWritableFile";
+
+bool equalsIgnoringCase(const ustring& text, std::u16string_view lower) {
+  if (text.size() != lower.size()) return false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    char16_t c = text[i];
+    if (c >= u'A' && c <= u'Z') c = static_cast<char16_t>(c - u'A' + u'a');
+    if (c != lower[i]) return false;
+  }
+  return true;
+}
+}  // namespace
+
+ReadableWritableFile::ReadableWritableFile(const ustring& filename, OpenMode mode, CleanupPolicy policy,
+                                           bool streamFlag)
+    : mMode(mode) {
+  // The guard exists before the stream, which writes under its policy.
+  mCleanupFile = std::make_unique<orvane::vfs::CleanupFile>(mode, policy);
+  mStream = orvane::vfs::openBinaryStream(filename, *mCleanupFile, mode, streamFlag);
+  mSize = mStream->size();
+}
+
+ReadableWritableFile::~ReadableWritableFile() = default;
+
+::arrow::Result<int64_t> ReadableWritableFile::Read(int64_t nbytes, void* out) {
+  mStream->read(static_cast<char*>(out), static_cast<std::streamsize>(nbytes));
+  if (mStream->bad()) throw ReadFailure();
+  const int64_t count = static_cast<int64_t>(mStream->gcount());
+  if (isInputMode()) {
+    // A short read at the end leaves eof and fail set; clear them so that the
+    // stream keeps working for later Seek and Tell calls.
+    const bool atEnd = mStream->peek() == std::char_traits<char>::eof();
+    if (!mStream->good()) mStream->clear();
+    if (atEnd) {
+      mStream->seekg(0, std::ios::end);
+      mStream->clear();
+    }
+  }
+  return count;
+}
+
+::arrow::Result<std::shared_ptr<::arrow::Buffer>> ReadableWritableFile::Read(int64_t nbytes) {
+  ARROW_ASSIGN_OR_RAISE(auto buffer, ::arrow::AllocateResizableBuffer(nbytes, ::arrow::default_memory_pool()));
+  ARROW_ASSIGN_OR_RAISE(const int64_t count,
+                        Read(nbytes, buffer->is_mutable() ? buffer->mutable_data() : nullptr));
+  if (count < nbytes) ARROW_RETURN_NOT_OK(buffer->Resize(count, /*shrink_to_fit=*/true));
+  return std::shared_ptr<::arrow::Buffer>(std::move(buffer));
+}
+
+bool ReadableWritableFile::supports_zero_copy() const { return false; }
+
+::arrow::Result<int64_t> ReadableWritableFile::GetSize() { return mSize; }
+
+// Arrow's own positional reads: Seek and Read under the file's lock.
+::arrow::Result<int64_t> ReadableWritableFile::ReadAt(int64_t position, int64_t nbytes, void* out) {
+  return ::arrow::io::RandomAccessFile::ReadAt(position, nbytes, out);
+}
+
+::arrow::Result<std::shared_ptr<::arrow::Buffer>> ReadableWritableFile::ReadAt(int64_t position, int64_t nbytes) {
+  return ::arrow::io::RandomAccessFile::ReadAt(position, nbytes);
+}
+
+::arrow::Status ReadableWritableFile::Close() {
+  if (closed()) return ::arrow::Status::OK();
+  mStream->fileHandle()->close();
+  try {
+    auto handle = mStream->detachFileHandle();
+    if (handle && handle->isOpen()) handle->close();
+  } catch (...) {
+    // The handle was closed above; a failure to close it again changes nothing.
+  }
+  return ::arrow::Status::OK();
+}
+
+::arrow::Result<int64_t> ReadableWritableFile::Tell() const {
+  if (isInputMode()) return static_cast<int64_t>(mStream->tellg());
+  if (mStream->fail() || mStream->bad()) return int64_t{-1};
+  return static_cast<int64_t>(mStream->rdbuf()->pubseekoff(0, std::ios::cur, std::ios::out));
+}
+
+bool ReadableWritableFile::closed() const { return mStream->fileHandle() == nullptr; }
+
+::arrow::Status ReadableWritableFile::Seek(int64_t position) {
+  if (isInputMode()) {
+    mStream->seekg(position, std::ios::beg);
+  } else {
+    mStream->seekp(position, std::ios::beg);
+  }
+  return ::arrow::Status::OK();
+}
+
+::arrow::Status ReadableWritableFile::Write(const void* data, int64_t nbytes) {
+  mStream->write(static_cast<const char*>(data), static_cast<std::streamsize>(nbytes));
+  return ::arrow::Status::OK();
+}
+
+::arrow::Status ReadableWritableFile::Write(const std::shared_ptr<::arrow::Buffer>& data) {
+  return Write(data->is_cpu() ? data->data() : nullptr, data->size());
+}
+
+::arrow::Status ReadableWritableFile::WriteAt(int64_t position, const void* data, int64_t nbytes) {
+  ARROW_RETURN_NOT_OK(Seek(position));
+  return Write(data, nbytes);
+}
+
+ustring ReadableWritableFile::GetFilename() {
+  const orvane::vfs::Iri& location = mStream->location();
+  if (equalsIgnoringCase(location.scheme(), u"file")) return orvane::utf8_to_ustring(location.localPath());
+  return location.text();
+}
+
+void ReadableWritableFile::Cleanup() { mCleanupFile->cleanup(); }
+
+namespace detail {
+ReadWriteFilePtr makeReadableWritableFilePtr(const ustring& filename, OpenMode mode, CleanupPolicy policy,
+                                             bool streamFlag) {
+  try {
+    return std::make_shared<ReadableWritableFile>(filename, mode, policy, streamFlag);
+  } catch (const orvane::HostError&) {
+    throw;  // already a message fit for the user
+  } catch (const std::exception& e) {
+    throwInvalidRead(filename, orvane::to_ustring(e.what()));
+  }
+}
+}  // namespace detail
+
+ReadWriteFilePtr makeReadableFilePtr(const ustring& filename) {
+  OVPARQUET_TRACE();
+  logDetail("filename", filename);
+  return detail::makeReadableWritableFilePtr(filename, OpenMode::Read, CleanupPolicy::Keep, true);
+}
+
+ReadWriteFilePtr makeWritableFilePtr(const ustring& filename, const CleanupPolicy& policy) {
+  OVPARQUET_TRACE();
+  logDetail("filename", filename);
+  return detail::makeReadableWritableFilePtr(filename, OpenMode::Write, policy, false);
+}
+
+}  // namespace orvane::io::parquet::core::common

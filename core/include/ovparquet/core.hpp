@@ -1,0 +1,11 @@
+// The Parquet input/output core: every exported declaration.
+#pragma once
+
+#include <ovparquet/core/Types.hpp>
+#include <ovparquet/core/common/Log.hpp>
+#include <ovparquet/core/common/MessageException.hpp>
+#include <ovparquet/core/common/ReadableWritableFile.hpp>
+#include <ovparquet/core/common/Utils.hpp>
+#include <ovparquet/core/info/ParquetInfo.hpp>
+#include <ovparquet/core/info/RowGroupQueries.hpp>
+#include <ovparquet/core/info/TypeDescriptions.hpp>

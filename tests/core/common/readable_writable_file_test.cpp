@@ -1,0 +1,221 @@
+#include <ovparquet/core/common/ReadableWritableFile.hpp>
+#include <ovparquet/core/common/Utils.hpp>
+#include <ovparquet/host/error.hpp>
+
+#include "../../support/ParquetFiles.hpp"
+
+#include <arrow/buffer.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace orvane::io::parquet::core::common {
+namespace {
+
+std::string pattern(std::size_t size) {
+  std::string bytes(size, '\0');
+  for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>('a' + i % 26);
+  return bytes;
+}
+
+class ReadableWritableFileTest : public testing::Test {
+ protected:
+  ovtest::TempDir mDir;
+};
+
+TEST_F(ReadableWritableFileTest, ShortReadAtTheEndLeavesTheStreamUsable) {
+  const std::string path = mDir.file("data.bin");
+  const std::string bytes = pattern(1000);
+  ovtest::writeBytes(path, bytes);
+  auto file = makeReadableFilePtr(orvane::utf8_to_ustring(path));
+  ASSERT_EQ(file->GetSize().ValueOrDie(), 1000);
+
+  char out[100];
+  ASSERT_TRUE(file->Seek(990).ok());
+  auto count = file->Read(100, out);
+  ASSERT_TRUE(count.ok());
+  EXPECT_EQ(*count, 10);
+  EXPECT_EQ(std::string(out, 10), bytes.substr(990));
+  EXPECT_EQ(file->Tell().ValueOrDie(), 1000);
+
+  ASSERT_TRUE(file->Seek(100).ok());
+  EXPECT_EQ(file->Tell().ValueOrDie(), 100);
+  ASSERT_EQ(file->Read(50, out).ValueOrDie(), 50);
+  EXPECT_EQ(std::string(out, 50), bytes.substr(100, 50));
+  EXPECT_EQ(file->Tell().ValueOrDie(), 150);
+}
+
+TEST_F(ReadableWritableFileTest, BufferReadAtTheEndIsEmptyNotAnError) {
+  const std::string path = mDir.file("data.bin");
+  ovtest::writeBytes(path, pattern(64));
+  auto file = makeReadableFilePtr(orvane::utf8_to_ustring(path));
+  ASSERT_TRUE(file->Seek(64).ok());
+  auto buffer = file->Read(32);
+  ASSERT_TRUE(buffer.ok()) << buffer.status().ToString();
+  EXPECT_EQ((*buffer)->size(), 0);
+
+  ASSERT_TRUE(file->Seek(60).ok());
+  buffer = file->Read(32);
+  ASSERT_TRUE(buffer.ok());
+  EXPECT_EQ((*buffer)->ToString(), pattern(64).substr(60));
+}
+
+TEST_F(ReadableWritableFileTest, PositionalReadsAndLargeReads) {
+  const std::string path = mDir.file("large.bin");
+  const std::string bytes = pattern(5 << 20);
+  ovtest::writeBytes(path, bytes);
+  auto file = makeReadableFilePtr(orvane::utf8_to_ustring(path));
+  auto all = file->ReadAt(0, static_cast<int64_t>(bytes.size()));
+  ASSERT_TRUE(all.ok());
+  EXPECT_EQ((*all)->ToString(), bytes);
+  auto middle = file->ReadAt(12345, 1000).ValueOrDie();
+  EXPECT_EQ(middle->ToString(), bytes.substr(12345, 1000));
+}
+
+TEST_F(ReadableWritableFileTest, FileNameOfLocalPathsAndFileIris) {
+  const std::string path = mDir.file("name test.parquet");
+  ovtest::writeBytes(path, "x");
+  EXPECT_EQ(makeReadableFilePtr(orvane::utf8_to_ustring(path))->GetFilename(), orvane::utf8_to_ustring(path));
+  for (const std::string scheme : {"file", "FILE", "File"}) {
+    std::string iri = scheme + "://" + path;
+    iri.replace(iri.find(' '), 1, "%20");
+    EXPECT_EQ(makeReadableFilePtr(orvane::utf8_to_ustring(iri))->GetFilename(), orvane::utf8_to_ustring(path))
+        << iri;
+  }
+}
+
+// A stream on another scheme: bytes from memory, located by a "mem:" IRI.
+class MemoryHandle : public orvane::vfs::FileHandle {
+ public:
+  explicit MemoryHandle(std::string bytes) : mBytes(std::move(bytes)) {
+    setg(mBytes.data(), mBytes.data(), mBytes.data() + mBytes.size());
+  }
+  bool isOpen() const override { return mOpen; }
+  void close() override { mOpen = false; }
+
+ protected:
+  pos_type seekoff(off_type off, std::ios_base::seekdir dir, std::ios_base::openmode) override {
+    const off_type base = dir == std::ios_base::beg ? 0 : dir == std::ios_base::cur ? gptr() - eback()
+                                                                                     : egptr() - eback();
+    setg(eback(), eback() + base + off, egptr());
+    return base + off;
+  }
+  pos_type seekpos(pos_type pos, std::ios_base::openmode which) override {
+    return seekoff(off_type(pos), std::ios_base::beg, which);
+  }
+
+ private:
+  std::string mBytes;
+  bool mOpen = true;
+};
+
+TEST_F(ReadableWritableFileTest, FileNameOfOtherSchemesIsTheIriText) {
+  orvane::vfs::registerScheme("mem", [](const orvane::vfs::Iri&, orvane::vfs::CleanupFile&,
+                                       orvane::vfs::OpenMode, bool) {
+    orvane::vfs::OpenedFile opened;
+    opened.handle = std::make_unique<MemoryHandle>("0123456789");
+    opened.size = 10;
+    return opened;
+  });
+  auto file = makeReadableFilePtr(u"mem://bucket/Data.parquet");
+  EXPECT_EQ(file->GetFilename(), u"mem://bucket/Data.parquet");
+  char out[4];
+  ASSERT_TRUE(file->Seek(8).ok());
+  EXPECT_EQ(file->Read(4, out).ValueOrDie(), 2);
+  EXPECT_EQ(file->Tell().ValueOrDie(), 10);
+}
+
+TEST_F(ReadableWritableFileTest, SizeOfAWrittenFileStaysAtItsOpeningSize) {
+  const std::string path = mDir.file("out.bin");
+  ovtest::writeBytes(path, pattern(300));
+  auto file = makeWritableFilePtr(orvane::utf8_to_ustring(path), CleanupPolicy::Keep);
+  EXPECT_EQ(file->GetSize().ValueOrDie(), 0);  // opened for writing: truncated
+  const std::string data = pattern(4096);
+  ASSERT_TRUE(file->Write(data.data(), static_cast<int64_t>(data.size())).ok());
+  EXPECT_EQ(file->Tell().ValueOrDie(), 4096);
+  EXPECT_EQ(file->GetSize().ValueOrDie(), 0);
+  ASSERT_TRUE(file->Close().ok());
+  EXPECT_EQ(ovtest::readBytes(path), data);
+}
+
+TEST_F(ReadableWritableFileTest, SizeOfAnAppendedFileStaysAtItsOpeningSize) {
+  const std::string path = mDir.file("append.bin");
+  ovtest::writeBytes(path, pattern(300));
+  auto file = detail::makeReadableWritableFilePtr(orvane::utf8_to_ustring(path), OpenMode::Append,
+                                                  CleanupPolicy::Keep, false);
+  EXPECT_EQ(file->GetSize().ValueOrDie(), 300);
+  ASSERT_TRUE(file->Write("tail", 4).ok());
+  EXPECT_EQ(file->GetSize().ValueOrDie(), 300);
+  ASSERT_TRUE(file->Close().ok());
+  EXPECT_EQ(ovtest::readBytes(path), pattern(300) + "tail");
+}
+
+TEST_F(ReadableWritableFileTest, WriteAtSeeksThenWrites) {
+  const std::string path = mDir.file("at.bin");
+  auto file = makeWritableFilePtr(orvane::utf8_to_ustring(path), CleanupPolicy::Keep);
+  ASSERT_TRUE(file->Write("aaaaaaaaaa", 10).ok());
+  ASSERT_TRUE(file->WriteAt(3, "XYZ", 3).ok());
+  ASSERT_TRUE(file->Close().ok());
+  EXPECT_EQ(ovtest::readBytes(path), "aaaXYZaaaa");
+}
+
+TEST_F(ReadableWritableFileTest, ClosedAfterCloseAndSecondCloseIsOk) {
+  const std::string path = mDir.file("c.bin");
+  ovtest::writeBytes(path, "abc");
+  auto reader = makeReadableFilePtr(orvane::utf8_to_ustring(path));
+  EXPECT_FALSE(reader->closed());
+  EXPECT_TRUE(reader->Close().ok());
+  EXPECT_TRUE(reader->closed());
+  EXPECT_TRUE(reader->Close().ok());
+  EXPECT_FALSE(reader->supports_zero_copy());
+}
+
+TEST_F(ReadableWritableFileTest, CommitOnCloseAndCleanup) {
+  const std::string path = mDir.file("committed.parquet");
+  ovtest::writeBytes(path, "old");
+  {
+    auto file = makeWritableFilePtr(orvane::utf8_to_ustring(path), CleanupPolicy::CommitOnClose);
+    ASSERT_TRUE(file->Write("new content", 11).ok());
+    EXPECT_EQ(ovtest::readBytes(path), "old");
+    file->Cleanup();
+  }
+  EXPECT_EQ(ovtest::readBytes(path), "old");
+  {
+    auto file = makeWritableFilePtr(orvane::utf8_to_ustring(path), CleanupPolicy::CommitOnClose);
+    ASSERT_TRUE(file->Write("new content", 11).ok());
+    ASSERT_TRUE(file->Close().ok());
+  }
+  EXPECT_EQ(ovtest::readBytes(path), "new content");
+  // Nothing else is left in the directory.
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(mDir.path()), {}), 1);
+}
+
+TEST_F(ReadableWritableFileTest, HostErrorsPassUnchanged) {
+  const std::string missing = mDir.file("missing.parquet");
+  try {
+    makeReadableFilePtr(orvane::utf8_to_ustring(missing));
+    FAIL() << "no error";
+  } catch (const orvane::HostError& e) {
+    EXPECT_EQ(e.identifier(), "ORVANE:host:FileNotFound");
+    EXPECT_NE(std::string(e.what()).find(missing), std::string::npos);
+  }
+  EXPECT_THROW(makeReadableFilePtr(u"nosuchscheme://x/y"), orvane::HostError);
+  EXPECT_THROW(makeReadableFilePtr(orvane::utf8_to_ustring(mDir.path().string())), orvane::HostError);
+}
+
+TEST_F(ReadableWritableFileTest, OtherExceptionsBecomeInvalidRead) {
+  orvane::vfs::registerScheme("broken", [](const orvane::vfs::Iri&, orvane::vfs::CleanupFile&,
+                                          orvane::vfs::OpenMode, bool) -> orvane::vfs::OpenedFile {
+    throw std::runtime_error("service exploded");
+  });
+  try {
+    makeReadableFilePtr(u"broken://host/file.parquet");
+    FAIL() << "no error";
+  } catch (const MessageException<ORVANE::parquetio::read::InternalInvalidRead>& e) {
+    EXPECT_EQ(std::get<ustring>(e.message().arguments.at(0)), u"broken://host/file.parquet");
+    EXPECT_EQ(std::get<ustring>(e.message().arguments.at(1)), u"service exploded");
+  }
+}
+
+}  // namespace
+}  // namespace orvane::io::parquet::core::common
