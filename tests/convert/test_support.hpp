@@ -111,16 +111,16 @@ inline std::string describe(const ovArray* array) {
   return array ? ovArrayToText(array) : std::string("<null>");
 }
 
+inline ::testing::AssertionResult hostEqual(const ovArray* actual, const ovArray* expected) {
+  const std::string difference = ovArraysDifference(actual, expected);
+  if (difference.empty()) return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure() << difference << "\nactual:\n"
+                                       << describe(actual) << "\nexpected:\n"
+                                       << describe(expected);
+}
+
 }  // namespace convert_test
 
 // Deep equality of host arrays, printing the first difference and both arrays.
-#define EXPECT_HOST_EQ(actual, expected)                                              \
-  do {                                                                                \
-    const ovArray* actual_ = (actual);                                                \
-    const ovArray* expected_ = (expected);                                            \
-    const std::string difference_ = ovArraysDifference(actual_, expected_);           \
-    EXPECT_TRUE(difference_.empty())                                                  \
-        << difference_ << "\nactual:\n"                                               \
-        << ::convert_test::describe(actual_) << "\nexpected:\n"                       \
-        << ::convert_test::describe(expected_);                                       \
-  } while (false)
+#define EXPECT_HOST_EQ(actual, expected) \
+  EXPECT_TRUE(::convert_test::hostEqual((actual), (expected)))

@@ -9,3 +9,5 @@
 #include <ovparquet/core/info/ParquetInfo.hpp>
 #include <ovparquet/core/info/RowGroupQueries.hpp>
 #include <ovparquet/core/info/TypeDescriptions.hpp>
+#include <ovparquet/core/read/ParquetReader.hpp>
+#include <ovparquet/core/read/RowGroupParquetReader.hpp>
