@@ -1,6 +1,8 @@
 #include <ovparquet/core/common/MessageException.hpp>
 #include <ovparquet/core/read/RowGroupParquetReader.hpp>
+#include <ovparquet/host/stream.hpp>
 
+#include "../../support/LogCapture.hpp"
 #include "../../support/ParquetFiles.hpp"
 
 #include <arrow/api.h>
@@ -270,10 +272,28 @@ TEST_F(ReaderTest, NestedDictionariesOnlyAcrossRowGroups) {
 }
 
 TEST_F(ReaderTest, HadoopTestIsCaseSensitive) {
-  // A location spelled "HDFS" is not Hadoop: reads keep the thread pool.
+  // "hdfs" locations served from a local file, so that both spellings open.
   const auto path = write("h.parquet", *idTable(3), 3);
-  RowGroupParquetReader reader(utf8_to_ustring(path), std::vector<double>{1});
-  EXPECT_NO_THROW(reader.setupArrowThreadPool());
+  orvane::vfs::registerScheme("hdfs", [path](const orvane::vfs::Iri&, orvane::vfs::CleanupFile& cleanup,
+                                             orvane::vfs::OpenMode mode, bool streamFlag) {
+    auto local = orvane::vfs::openBinaryStream(utf8_to_ustring(path), cleanup, mode, streamFlag);
+    orvane::vfs::OpenedFile opened;
+    opened.size = local->size();
+    opened.handle = local->detachFileHandle();
+    return opened;
+  });
+  const auto threadDecision = [](const ustring& location) {
+    ovtest::LogCapture log(orvane::log::kInformation);
+    RowGroupParquetReader reader(location, std::vector<double>{1});
+    EXPECT_EQ(columnValues(reader.read().get(), 0), (std::vector<double>{0, 1, 2}));
+    return log.records();
+  };
+  EXPECT_EQ(threadDecision(u"hdfs://namenode/data/h.parquet"),
+            (std::vector<std::string>{"Disabling Arrow thread pool since multi-threaded column reads are not "
+                                      "currently supported for Hadoop IRIs"}));
+  const auto upper = threadDecision(u"HDFS://namenode/data/h.parquet");
+  ASSERT_EQ(upper.size(), 1u);
+  EXPECT_EQ(upper[0].rfind("numThreads = ", 0), 0u) << upper[0];
 }
 
 TEST_F(ReaderTest, DefaultReaderIsClosed) {

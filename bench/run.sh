@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# Runs every benchmark program of a build directory.
+#   bash bench/run.sh BUILD_DIR [benchmark options...]
+set -euo pipefail
+
+build="${1:?usage: bench/run.sh BUILD_DIR [benchmark options...]}"
+shift
+
+found=0
+for program in "$build"/bench/*_bench; do
+  [[ -f "$program" && -x "$program" ]] || continue
+  found=1
+  echo "== $(basename "$program")"
+  "$program" "$@"
+done
+
+if [[ $found -eq 0 ]]; then
+  echo "no benchmark programs in $build/bench (build with OVPARQUET_BUILD_BENCH=ON)" >&2
+  exit 1
+fi
