@@ -11,3 +11,7 @@
 #include <ovparquet/core/info/TypeDescriptions.hpp>
 #include <ovparquet/core/read/ParquetReader.hpp>
 #include <ovparquet/core/read/RowGroupParquetReader.hpp>
+#include <ovparquet/core/read/Statistics.hpp>
+#include <ovparquet/core/write/LeafColumnPaths.hpp>
+#include <ovparquet/core/write/ParquetWriter.hpp>
+#include <ovparquet/core/write/ParquetWriterOptions.hpp>

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <ovparquet/core/Types.hpp>
+#include <ovparquet/core/read/Statistics.hpp>
 #include <ovparquet/host/array.hpp>
 
 #include <arrow/status.h>
@@ -84,6 +85,11 @@ class ParquetReader {
   // Does nothing on a closed reader; "InternalInvalidRead" if the selection
   // cannot be made.
   void setSelectedVariableNames(const VariableNames& names);
+
+  // Row-group statistics of the top-level variables at these 0-based indices
+  // (see read_statistics), from the footer already read when the file was
+  // opened.
+  Statistics getStatistics(const std::vector<int32_t>& variableIndices) const;
 
   // Rejects dictionaries below the top level of selected variables in files
   // of two or more row groups, and unsupported nested types.

@@ -1,0 +1,83 @@
+// Writes host tables to one Parquet file. Set the options, then write whole
+// tables (write) or tables cut into row groups of given heights
+// (writeRowGroups) any number of times, then close. The file appears under
+// its name only when closed successfully; a writer destroyed before that
+// leaves nothing behind.
+#pragma once
+
+#include <ovparquet/core/Types.hpp>
+#include <ovparquet/core/common/ReadableWritableFile.hpp>
+#include <ovparquet/core/write/ParquetWriterOptions.hpp>
+#include <ovparquet/host/array.hpp>
+
+#include <arrow/type_fwd.h>
+#include <parquet/arrow/writer.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace orvane::io::parquet::core::write {
+
+class ParquetWriter {
+ public:
+  explicit ParquetWriter(const ustring& filename);
+  // Closes, or discards an unclosed file; never throws.
+  ~ParquetWriter();
+  ParquetWriter(const ParquetWriter&) = delete;
+  ParquetWriter& operator=(const ParquetWriter&) = delete;
+
+  // Finishes the file. Does nothing before the first write or after close.
+  void close();
+
+  // Names, compression and encoding can be set only while still empty; the
+  // version once. Violations raise "InvalidWrite".
+  const VariableNames& getVariableNames() const;
+  void setVariableNames(const VariableNames& names);
+  const VariableCompression& getVariableCompression() const;
+  void setVariableCompression(const VariableCompression& compression);
+  const VariableEncoding& getVariableEncoding() const;
+  void setVariableEncoding(const VariableEncoding& encoding);
+  const std::string getVersion() const;
+  void setVersion(const std::string& version);
+  bool getStoreArrowSchema() const;
+  void setStoreArrowSchema(const bool store);
+  bool getUseCompliantNestedTypes() const;
+  void setUseCompliantNestedTypes(const bool compliant);
+  int64_t getMaxRowGroupLength() const;
+  void setMaxRowGroupLength(const int64_t length);
+  void setLeafColumnPaths(std::vector<uint64_t> offsets, std::vector<ustring> paths);
+
+  // Writes a host table; the Parquet writer splits it into row groups of at
+  // most the maximum row-group length.
+  void write(const ovArray* table);
+  // Writes one row group per element of the double array of heights.
+  void writeRowGroups(const ovArray* table, const ovArray* rowGroupHeights);
+
+  // Raises "InvalidWrite" with `message` when the condition is false.
+  void require(const bool condition, const std::string& message) const;
+  // Checks the table's shape against the variable names.
+  void validateWriteDimensons(const ovArray* table);
+  std::shared_ptr<::arrow::Table> buildArrowTable(const ovArray* table);
+  // Keeps the first table's schema and opens the Parquet writer with it;
+  // later tables must have an equal schema (metadata aside).
+  void validateSchema(const std::shared_ptr<::arrow::Schema>& schema, bool warnNestedDictionaries);
+  // Warns about dictionaries nested in the kept schema's variables.
+  void checkForNestedDictionary(bool check) const;
+
+ private:
+  ustring mFilename;
+  ParquetWriterOptions mOptions;
+  bool mVersionSet = false;
+  std::shared_ptr<common::ReadableWritableFile> mFile;
+  std::shared_ptr<::arrow::Schema> mSchema;
+  std::unique_ptr<::parquet::arrow::FileWriter> mFileWriter;
+};
+
+// Issues "RowGroupedListOfDictionaries" (one level down) or
+// "NestedRowGroupedListOfDictionaries" (deeper) for each dictionary below the
+// top level of a field, naming the top-level variable.
+void warnIfNestedDictionary(const std::shared_ptr<::arrow::Field>& field, size_t depth, const std::string& name);
+
+}  // namespace orvane::io::parquet::core::write
