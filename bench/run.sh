@@ -18,3 +18,11 @@ if [[ $found -eq 0 ]]; then
   echo "no benchmark programs in $build/bench (build with OVPARQUET_BUILD_BENCH=ON)" >&2
   exit 1
 fi
+
+# The peers' figures on the same data, for the ratios.
+root=$(cd "$(dirname "$0")/.." && pwd)
+for script in "$root"/bench/peers_*.py; do
+  [[ -f "$script" ]] || continue
+  echo "== $(basename "$script")"
+  "$root/.venv/bin/python" "$script"
+done
