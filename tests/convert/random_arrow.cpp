@@ -78,7 +78,7 @@ std::shared_ptr<::arrow::DataType> RandomArrow::type(int depth) {
       ::arrow::FieldVector fields;
       const int count = uniform(1, 3);
       for (int k = 0; k < count; ++k) {
-        fields.push_back(::arrow::field("f" + std::to_string(k), type(depth + 1)));
+        fields.push_back(::arrow::field(std::string("f").append(std::to_string(k)), type(depth + 1)));
       }
       return ::arrow::struct_(fields);
     }
@@ -440,7 +440,7 @@ std::shared_ptr<::arrow::Table> RandomArrow::table(int columns, std::int64_t row
   ::arrow::ChunkedArrayVector data;
   for (int c = 0; c < columns; ++c) {
     auto columnType = type();
-    fields.push_back(::arrow::field("c" + std::to_string(c), columnType));
+    fields.push_back(::arrow::field(std::string("c").append(std::to_string(c)), columnType));
     data.push_back(column(columnType, rows));
   }
   return ::arrow::Table::Make(::arrow::schema(fields), data, rows);

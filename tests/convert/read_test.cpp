@@ -52,6 +52,18 @@ unique_ovarray_ptr bytes(std::vector<std::uint8_t> values) {
   return numeric<std::uint8_t>(std::move(values));
 }
 
+std::shared_ptr<a::Array> rawStrings(const std::vector<std::optional<std::string>>& values) {
+  a::StringBuilder builder;
+  for (const auto& value : values) {
+    if (value) {
+      EXPECT_TRUE(builder.Append(*value).ok());
+    } else {
+      EXPECT_TRUE(builder.AppendNull().ok());
+    }
+  }
+  return unwrap(builder.Finish());
+}
+
 TEST(Read, NullTableIsAnEmptyHostTable) {
   auto host = unwrap(to_orvane(std::shared_ptr<a::Table>()));
   EXPECT_TRUE(ovIsTable(host.get()));
@@ -207,18 +219,6 @@ TEST(Read, StringChunksAreJoined) {
   EXPECT_HOST_EQ(host.get(), strings({u"a", u"bb", u"ccc", u"é"}).get());
 }
 
-std::shared_ptr<a::Array> rawStrings(const std::vector<std::optional<std::string>>& values) {
-  a::StringBuilder builder;
-  for (const auto& value : values) {
-    if (value) {
-      EXPECT_TRUE(builder.Append(*value).ok());
-    } else {
-      EXPECT_TRUE(builder.AppendNull().ok());
-    }
-  }
-  return unwrap(builder.Finish());
-}
-
 TEST(Read, InvalidUtf8IsReplacedWithOneWarningPerColumn) {
   auto bad = chunked({rawStrings({"ok", "a\xFF" "b", "\xC3"}),
                       rawStrings({std::nullopt, "\xE6\x97", "fine"})});
@@ -243,6 +243,45 @@ TEST(Read, InvalidUtf8IsReplacedWithOneWarningPerColumn) {
   EXPECT_EQ(warnings[1], orvane::Message::make(kConvertComponent, kInvalidUtf8InColumnKey,
                                                std::string("nested"), std::uint64_t{2}));
   EXPECT_EQ(warnings[0].identifier(), "ORVANE:convert:InvalidUtf8InColumn");
+}
+
+TEST(Read, Utf8DecodingAgreesWithTheHostConverter) {
+  // Valid and ill-formed sequences of every length, short and long values.
+  const std::vector<std::string> values{
+      "plain ascii that is longer than eight bytes",
+      "\xE2\x82\xAC",                         // U+20AC
+      "\xF4\x8F\xBF\xBF",                     // U+10FFFF, the last code point
+      "a\xF0\x9F\x98\x80" "b",                // a surrogate pair in UTF-16
+      "abcdefghij\xC3\xA9klmnopqrs\xE6\x97\xA5",
+      "\xC0\xAF",                              // overlong
+      "\xE0\x80\xAF",                          // overlong
+      "\xED\xA0\x80",                          // an encoded surrogate
+      "\xF4\x90\x80\x80",                     // past U+10FFFF
+      "\xF0\x9F\x98",                          // truncated
+      "\x80",                                  // a lone continuation byte
+      "12345678\xC3",                          // truncated after an ASCII run
+      "",
+  };
+  const std::vector<std::optional<std::string>> plain(values.begin(), values.end());
+  auto withNull = plain;
+  withNull.insert(withNull.begin() + 3, std::nullopt);
+  using Values = std::vector<std::optional<std::string>>;
+  for (const Values* rows : {&plain, static_cast<const Values*>(&withNull)}) {
+    SCOPED_TRACE(rows == &plain ? "without nulls" : "with a null");
+    orvane::ScopedWarningCapture capture;
+    auto host = readArray(rawStrings(*rows));
+    for (std::size_t row = 0; row < rows->size(); ++row) {
+      const auto& value = (*rows)[row];
+      if (value) {
+        EXPECT_EQ(ovGetString(host.get(), row), orvane::to_ustring(*value)) << "row " << row;
+      } else {
+        EXPECT_TRUE(ovIsMissing(host.get(), row));
+      }
+    }
+    ASSERT_EQ(capture.warnings().size(), 1u);
+    EXPECT_EQ(capture.warnings()[0], orvane::Message::make(kConvertComponent, kInvalidUtf8InColumnKey,
+                                                          std::string("x"), std::uint64_t{7}));
+  }
 }
 
 TEST(Read, BinaryKindsBecomeCellsOfByteColumns) {
@@ -306,6 +345,17 @@ TEST(Read, DictionaryIndexOutOfRangeFails) {
   ASSERT_FALSE(result.ok());
   EXPECT_EQ(result.status().code(), a::StatusCode::Invalid);
   EXPECT_NE(result.status().message().find("'d'"), std::string::npos);
+
+  // With several dictionaries an index is checked against its own chunk's
+  // dictionary, not the unified one.
+  auto first = unwrap(a::DictionaryArray::FromArrays(type, fromJson(a::int32(), "[0, 1]"),
+                                                     fromJson(a::utf8(), R"(["a", "b"])")));
+  auto second = fromJson(a::int32(), "[1]")->data()->Copy();
+  second->type = type;
+  second->dictionary = fromJson(a::utf8(), R"(["c"])")->data();
+  auto unified = to_orvane(tableOf({{"u", chunked({first, a::MakeArray(second)})}}));
+  ASSERT_FALSE(unified.ok());
+  EXPECT_EQ(unified.status().code(), a::StatusCode::Invalid);
 }
 
 TEST(Read, DictionariesOfOtherValuesAreDecoded) {
@@ -398,6 +448,26 @@ TEST(Read, ZeroRowTableKeepsItsVariables) {
   EXPECT_EQ(ovTableNumVariables(host.get()), 2u);
   EXPECT_EQ(ovGetDimensions(ovTableColumn(host.get(), 0)), (ovDims{0, 1}));
   EXPECT_TRUE(ovIsCell(ovTableColumn(host.get(), 1)));
+}
+
+}  // namespace
+}  // namespace convert_test
+
+namespace convert_test {
+namespace {
+
+TEST(Read, ColumnsWithoutChunks) {
+  const std::vector<std::shared_ptr<a::DataType>> types{
+      a::int32(), a::boolean(), a::utf8(), a::dictionary(a::int32(), a::utf8()),
+      a::list(a::float64()), a::struct_({a::field("f", a::utf8())}), a::timestamp(a::TimeUnit::SECOND),
+      a::null()};
+  for (const auto& type : types) {
+    SCOPED_TRACE(type->ToString());
+    auto host = unwrap(to_orvane(std::make_shared<a::ChunkedArray>(a::ArrayVector{}, type)));
+    EXPECT_EQ(ovColumnHeight(host.get()), 0u);
+    EXPECT_EQ(std::string(ovGetClassName(host.get())),
+              *orvane::io::arrow::core::to_orvane_datatype(type));
+  }
 }
 
 }  // namespace

@@ -99,6 +99,12 @@ TEST(RoundTrip, HostTablesOfEveryClassComeBackEqual) {
     auto host = to_orvane(table);
     ASSERT_TRUE(host.ok()) << host.status().ToString();
     ASSERT_TRUE(ovIsTable(host->get()));
+    // Each variable has the class to_orvane_datatype announces.
+    for (int c = 0; c < table->num_columns(); ++c) {
+      EXPECT_EQ(std::optional<std::string>(ovGetClassName(ovTableColumn(host->get(), c))),
+                orvane::io::arrow::core::to_orvane_datatype(table->field(c)->type()))
+          << table->field(c)->type()->ToString();
+    }
 
     auto arrow = to_arrow_table(host->get());
     ASSERT_TRUE(arrow.ok()) << arrow.status().ToString();
