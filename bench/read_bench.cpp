@@ -1,0 +1,124 @@
+// Reading whole files into host arrays (file adapter, decoding, conversion)
+// against Arrow's own ReadTable through Arrow's local file, on the same
+// files in one run: numeric-heavy (10M rows x 8 double and int64 columns),
+// string-heavy (2M rows x 4 string columns) and nested (lists and structs).
+#include <ovparquet/core/read/RowGroupParquetReader.hpp>
+
+#include <arrow/api.h>
+#include <arrow/io/file.h>
+#include <parquet/arrow/reader.h>
+#include <parquet/arrow/writer.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+template <typename F>
+double bestSeconds(int repetitions, F&& f) {
+  double best = 1e300;
+  for (int r = 0; r < repetitions; ++r) {
+    const auto start = Clock::now();
+    f();
+    best = std::min(best, std::chrono::duration<double>(Clock::now() - start).count());
+  }
+  return best;
+}
+
+std::shared_ptr<arrow::Table> numericTable(int64_t rows) {
+  arrow::FieldVector fields;
+  arrow::ArrayVector columns;
+  for (int c = 0; c < 8; ++c) {
+    if (c % 2 == 0) {
+      arrow::DoubleBuilder builder;
+      (void)builder.Reserve(rows);
+      for (int64_t i = 0; i < rows; ++i) builder.UnsafeAppend(static_cast<double>(i * (c + 1)) * 0.37);
+      columns.push_back(builder.Finish().ValueOrDie());
+      fields.push_back(arrow::field("d" + std::to_string(c), arrow::float64()));
+    } else {
+      arrow::Int64Builder builder;
+      (void)builder.Reserve(rows);
+      for (int64_t i = 0; i < rows; ++i) builder.UnsafeAppend((i * 2654435761LL + c) % 1000000007LL);
+      columns.push_back(builder.Finish().ValueOrDie());
+      fields.push_back(arrow::field("i" + std::to_string(c), arrow::int64()));
+    }
+  }
+  return arrow::Table::Make(arrow::schema(fields), columns);
+}
+
+std::shared_ptr<arrow::Table> stringTable(int64_t rows) {
+  arrow::FieldVector fields;
+  arrow::ArrayVector columns;
+  for (int c = 0; c < 4; ++c) {
+    arrow::StringBuilder builder;
+    for (int64_t i = 0; i < rows; ++i) {
+      (void)builder.Append("value " + std::to_string((i * (c + 3)) % (c == 0 ? 1000 : rows)) + " text");
+    }
+    columns.push_back(builder.Finish().ValueOrDie());
+    fields.push_back(arrow::field("s" + std::to_string(c), arrow::utf8()));
+  }
+  return arrow::Table::Make(arrow::schema(fields), columns);
+}
+
+std::shared_ptr<arrow::Table> nestedTable(int64_t rows) {
+  auto pointType = arrow::struct_({arrow::field("x", arrow::float64()), arrow::field("y", arrow::int32())});
+  arrow::ListBuilder lists(arrow::default_memory_pool(), std::make_shared<arrow::Int64Builder>());
+  auto* values = static_cast<arrow::Int64Builder*>(lists.value_builder());
+  arrow::StructBuilder points(pointType, arrow::default_memory_pool(),
+                              {std::make_shared<arrow::DoubleBuilder>(), std::make_shared<arrow::Int32Builder>()});
+  for (int64_t i = 0; i < rows; ++i) {
+    (void)lists.Append();
+    for (int64_t j = 0; j < i % 5; ++j) (void)values->Append(i + j);
+    (void)points.Append();
+    (void)static_cast<arrow::DoubleBuilder*>(points.field_builder(0))->Append(static_cast<double>(i) * 0.5);
+    (void)static_cast<arrow::Int32Builder*>(points.field_builder(1))->Append(static_cast<int32_t>(i % 1000));
+  }
+  auto schema = arrow::schema({arrow::field("list", arrow::list(arrow::int64())), arrow::field("point", pointType)});
+  return arrow::Table::Make(schema, {lists.Finish().ValueOrDie(), points.Finish().ValueOrDie()});
+}
+
+void write(const arrow::Table& table, const std::string& path) {
+  auto sink = arrow::io::FileOutputStream::Open(path).ValueOrDie();
+  auto properties = parquet::WriterProperties::Builder().compression(arrow::Compression::SNAPPY)->build();
+  if (!parquet::arrow::WriteTable(table, arrow::default_memory_pool(), sink, 1 << 20, properties).ok()) std::abort();
+  (void)sink->Close();
+}
+
+void readWithArrow(const std::string& path) {
+  auto file = arrow::io::ReadableFile::Open(path).ValueOrDie();
+  std::unique_ptr<parquet::arrow::FileReader> reader;
+  if (!parquet::arrow::OpenFile(file, arrow::default_memory_pool(), &reader).ok()) std::abort();
+  reader->set_use_threads(true);
+  std::shared_ptr<arrow::Table> table;
+  if (!reader->ReadTable(&table).ok()) std::abort();
+}
+
+void readWithOurs(const std::string& path) {
+  orvane::io::parquet::core::read::RowGroupParquetReader reader(orvane::utf8_to_ustring(path), std::vector<double>{});
+  auto host = reader.readFullFile();
+  if (!host) std::abort();
+}
+
+void run(const char* label, const std::shared_ptr<arrow::Table>& table, const std::string& path) {
+  write(*table, path);
+  readWithArrow(path);  // warm the page cache
+  const double arrow = bestSeconds(5, [&] { readWithArrow(path); });
+  const double ours = bestSeconds(5, [&] { readWithOurs(path); });
+  std::printf("%-8s %8.1f MB  host arrays %8.1f ms   Arrow ReadTable %8.1f ms   ratio %.2fx\n", label,
+              static_cast<double>(std::filesystem::file_size(path)) / 1e6, ours * 1e3, arrow * 1e3, ours / arrow);
+  std::filesystem::remove(path);
+}
+
+}  // namespace
+
+int main() {
+  const auto dir = std::filesystem::temp_directory_path();
+  run("numeric", numericTable(10'000'000), (dir / "ovparquet-read-bench-numeric.parquet").string());
+  run("strings", stringTable(2'000'000), (dir / "ovparquet-read-bench-strings.parquet").string());
+  run("nested", nestedTable(2'000'000), (dir / "ovparquet-read-bench-nested.parquet").string());
+  return 0;
+}
