@@ -48,21 +48,16 @@ std::string traceSignature(std::string_view pretty) {
   return text;
 }
 
-ScopeTrace::ScopeTrace(Logger& logger, const char* signature, const char* file, int line) noexcept
-    : mLogger(logger),
-      mSignature(signature),
-      mFile(file),
-      mLine(line),
-      mUncaughtExceptions(std::uncaught_exceptions()),
-      mEnabled(orvane::log::isEnabled(orvane::log::kScopeEntry)) {
-  if (!mEnabled) return;
+void ScopeTrace::enter() noexcept {
+  mUncaughtExceptions = std::uncaught_exceptions();
   try {
-    auto record = mLogger.open_record(boost::log::keywords::severity = orvane::log::kScopeEntry);
+    Logger& logger = mLogger();
+    auto record = logger.open_record(boost::log::keywords::severity = orvane::log::kScopeEntry);
     if (record) {
       boost::log::record_ostream stream(record);
       stream << traceSignature(mSignature);
       stream.flush();
-      mLogger.push_record(std::move(record));
+      logger.push_record(std::move(record));
     }
   } catch (...) {
     // A failed trace record must not change what the function does.
@@ -70,17 +65,17 @@ ScopeTrace::ScopeTrace(Logger& logger, const char* signature, const char* file, 
   orvane::log::increaseDepth();
 }
 
-ScopeTrace::~ScopeTrace() {
-  if (!mEnabled) return;
+void ScopeTrace::leave() noexcept {
   orvane::log::decreaseDepth();
   try {
-    auto record = mLogger.open_record(boost::log::keywords::severity = orvane::log::kScopeExit);
+    Logger& logger = mLogger();
+    auto record = logger.open_record(boost::log::keywords::severity = orvane::log::kScopeExit);
     if (record) {
       boost::log::record_ostream stream(record);
       stream << traceSignature(mSignature);
       if (std::uncaught_exceptions() > mUncaughtExceptions) stream << " [throw]";
       stream.flush();
-      mLogger.push_record(std::move(record));
+      logger.push_record(std::move(record));
     }
   } catch (...) {
     // A destructor never throws.

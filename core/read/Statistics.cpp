@@ -12,6 +12,7 @@
 #include <parquet/statistics.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <initializer_list>
 #include <numeric>
 #include <ostream>
@@ -28,10 +29,11 @@ constexpr unsigned kStatisticsLog = orvane::log::kStatistics;
 // of the field's type.
 using min_max_pair = std::pair<std::shared_ptr<::arrow::Array>, std::shared_ptr<::arrow::Array>>;
 
-// Filtering compares values against constants, so only types with a total
-// order and a host counterpart qualify: null, logical, the integers, float,
-// double, strings, dates, times and timestamps. The set is held as bits over
-// the type ids 0..34; every id past that range is rejected.
+// The types the host can filter rows on: null, logical, the integers, float,
+// double, strings, dates, times and timestamps. Half floats, decimals,
+// binaries, durations, intervals, dictionaries and nested types cannot be.
+// The set is held as bits over the type ids 0..34; every id past that range
+// is rejected.
 constexpr int kLastFilterableTypeId = 34;
 
 constexpr std::uint64_t makeFilterableTypeMask(std::initializer_list<::arrow::Type::type> ids) {

@@ -58,20 +58,33 @@ std::string traceSignature(std::string_view prettyFunction);
 
 // Writes an entry record when it is created and an exit record when the scope
 // ends, the exit marked " [throw]" when the scope is left by an exception.
-// Tracing is decided once, on entry, by the scope-entry bit of the mask.
+// Tracing is decided once, on entry, by the scope-entry bit of the mask; when
+// it is off, entry and exit cost one load and one test each.
 class ScopeTrace {
  public:
-  ScopeTrace(Logger& logger, const char* signature, const char* file, int line) noexcept;
-  ~ScopeTrace();
+  ScopeTrace(Logger& (*logger)(), const char* signature, const char* file, int line) noexcept
+      : mLogger(logger),
+        mSignature(signature),
+        mFile(file),
+        mLine(line),
+        mEnabled(orvane::log::isEnabled(orvane::log::kScopeEntry)) {
+    if (mEnabled) enter();
+  }
+  ~ScopeTrace() {
+    if (mEnabled) leave();
+  }
   ScopeTrace(const ScopeTrace&) = delete;
   ScopeTrace& operator=(const ScopeTrace&) = delete;
 
  private:
-  Logger& mLogger;
+  void enter() noexcept;
+  void leave() noexcept;
+
+  Logger& (*mLogger)();
   const char* mSignature;
   const char* mFile;
   int mLine;
-  int mUncaughtExceptions;
+  int mUncaughtExceptions = 0;
   bool mEnabled;
 };
 
@@ -79,7 +92,6 @@ class ScopeTrace {
 
 // Opens the scope trace of the enclosing function. Each source file defines
 // `kTraceSource`, its path relative to the library root ("common/Utils").
-#define OVPARQUET_TRACE()                                                                     \
-  ::orvane::io::parquet::core::common::ScopeTrace ovparquetScopeTrace_(                       \
-      ::orvane::io::parquet::core::common::getLogger(), __PRETTY_FUNCTION__, kTraceSource, \
-      __LINE__)
+#define OVPARQUET_TRACE()                                                                          \
+  ::orvane::io::parquet::core::common::ScopeTrace ovparquetScopeTrace_(                            \
+      &::orvane::io::parquet::core::common::getLogger, __PRETTY_FUNCTION__, kTraceSource, __LINE__)
