@@ -1,6 +1,15 @@
 // Row-group statistics of files written by pyarrow (statistics on, off, for
 // some columns only, format 1.0 and 2.6, both data page versions) agree with
 // what pyarrow itself reports about each row group.
+//
+// Where the two views differ in representation, instants are compared:
+// pyarrow's raw values are in the unit the file stores, ours in the unit of
+// the field as Arrow reads it back. Parquet has no seconds unit, so
+// timestamp[s] and time32[s] are stored (and read back) in milliseconds;
+// format 1.0 stores nanosecond timestamps in microseconds and uint32 as
+// int64; date64 is stored as days and read back as date32 (host datetimes in
+// days either way). NaN never appears as a minimum or maximum: Arrow's writer
+// leaves it out, and a row group holding only NaN has no pair in either view.
 #include <ovparquet/core/read/RowGroupParquetReader.hpp>
 #include <ovparquet/core/read/Statistics.hpp>
 

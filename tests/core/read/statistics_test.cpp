@@ -2,15 +2,18 @@
 // the variables that cannot be filtered on, the error contexts, the log and
 // how little of the file is read.
 #include <ovparquet/core/common/MessageException.hpp>
+#include <ovparquet/core/common/ReadableWritableFile.hpp>
 #include <ovparquet/core/read/RowGroupParquetReader.hpp>
 #include <ovparquet/core/read/Statistics.hpp>
 #include <ovparquet/convert/datatype.hpp>
+#include <ovparquet/host/stream.hpp>
 
 #include "../../support/CountingFiles.hpp"
 #include "../../support/LogCapture.hpp"
 #include "../../support/ParquetFiles.hpp"
 
 #include <arrow/api.h>
+#include <arrow/extension/fixed_shape_tensor.h>
 #include <arrow/io/file.h>
 #include <arrow/ipc/json_simple.h>
 #include <gtest/gtest.h>
@@ -546,6 +549,7 @@ TEST_F(StatisticsTest, TypeIdsAcrossTheWholeRange) {
       ::arrow::binary_view(),
       ::arrow::list_view(::arrow::int8()),
       ::arrow::large_list_view(::arrow::int8()),
+      ::arrow::extension::fixed_shape_tensor(::arrow::float32(), {2, 2}),
   };
   for (const auto& type : rejected) {
     const auto schema = ovtest::check(opened.schema->SetField(0, ::arrow::field("x", type)));
@@ -736,13 +740,84 @@ TEST_F(StatisticsTest, OnlyTheFooterIsRead) {
   const int64_t smallBytes = measure(smallPath);
   const int64_t largeBytes = measure(largePath);
   EXPECT_EQ(smallBytes, largeBytes);
-  // Parquet reads the file's tail in one piece of at least 64 KiB, more
-  // only when the footer is larger.
-  const int64_t tailRead = std::max<int64_t>(64 * 1024, footerLength(largePath) + 8);
-  EXPECT_LE(largeBytes, tailRead + 64);
-  // Nothing before the footer was touched.
-  EXPECT_FALSE(counting.touched(largePath, 0, largeSize - tailRead));
+  // Parquet reads the file's tail in one piece of 64 KiB and, only when the
+  // footer with its 8-byte trailer is larger, the whole footer once more.
+  const int64_t footer = footerLength(largePath) + 8;
+  const int64_t firstPiece = 64 * 1024;
+  EXPECT_LE(largeBytes, (footer > firstPiece ? firstPiece + footer : firstPiece) + 64);
+  // Nothing before the footer (or that first piece) was touched.
+  const int64_t tail = std::max(footer, firstPiece);
+  EXPECT_FALSE(counting.touched(largePath, 0, largeSize - tail));
   EXPECT_TRUE(counting.touched(largePath, largeSize - 8, largeSize));
+}
+
+// The counting scheme used above: exact counts and ranges under the stream
+// operations the file adapter uses, and outputs passed through.
+TEST(CountingFilesTest, CountsWhatTheStreamHandsOver) {
+  ovtest::TempDir dir;
+  const auto path = dir.file("digits.bin");
+  std::string digits;
+  for (int i = 0; i < 1000; ++i) digits += "0123456789";
+  ovtest::writeBytes(path, digits);
+
+  ovtest::CountingFiles counting;
+  EXPECT_EQ(counting.location(path).rfind(u"counted:///", 0), 0u);
+  {
+    orvane::vfs::CleanupFile cleanup(orvane::vfs::OpenMode::Read, orvane::vfs::CleanupPolicy::Keep);
+    auto stream = orvane::vfs::openBinaryStream(counting.location(path), cleanup, orvane::vfs::OpenMode::Read, true);
+    EXPECT_EQ(stream->size(), 10000);
+    char buffer[100];
+    stream->read(buffer, 100);
+    EXPECT_EQ(stream->gcount(), 100);
+    EXPECT_EQ(std::string(buffer, 3), "012");
+    EXPECT_EQ(stream->peek(), '0');  // peeking hands nothing over
+    EXPECT_EQ(counting.bytesRead(), 100);
+    EXPECT_EQ(stream->get(), '0');
+    EXPECT_EQ(stream->tellg(), 101);
+    stream->seekg(5003);
+    stream->read(buffer, 4);
+    EXPECT_EQ(std::string(buffer, 4), "3456");
+    stream->seekg(9995);
+    stream->read(buffer, 10);
+    EXPECT_EQ(stream->gcount(), 5);
+    EXPECT_TRUE(stream->eof());
+    stream->clear();
+    EXPECT_EQ(stream->tellg(), 10000);
+  }
+  EXPECT_EQ(counting.bytesRead(), 110);
+  EXPECT_EQ(counting.bytesRead(path), 110);
+  ASSERT_EQ(counting.files().size(), 1u);
+  const auto counts = counting.files()[0];
+  EXPECT_EQ(counts.readCalls, 4);
+  EXPECT_EQ(counts.seeks, 2);
+  using Ranges = std::vector<std::pair<int64_t, int64_t>>;
+  EXPECT_EQ(counts.readRanges, (Ranges{{0, 101}, {5003, 5007}, {9995, 10000}}));
+  EXPECT_TRUE(counting.touched(path, 5006, 6000));
+  EXPECT_FALSE(counting.touched(path, 101, 5003));
+
+  // Through the Arrow file adapter, as the readers use it.
+  counting.reset();
+  EXPECT_EQ(counting.openCount(), 0u);
+  {
+    auto file = common::makeReadableFilePtr(counting.location(path));
+    const auto piece = ovtest::check(file->ReadAt(9990, 100));
+    EXPECT_EQ(piece->ToString(), "0123456789");
+    EXPECT_EQ(counting.openCount(), 1u);
+  }
+  EXPECT_EQ(counting.bytesRead(), 10);
+
+  // Output passes through to the local file.
+  const auto written = dir.file("out.bin");
+  {
+    orvane::vfs::CleanupFile cleanup(orvane::vfs::OpenMode::Write, orvane::vfs::CleanupPolicy::Keep);
+    auto stream =
+        orvane::vfs::openBinaryStream(counting.location(written), cleanup, orvane::vfs::OpenMode::Write, false);
+    stream->write("abcdef", 6);
+    stream->put('g');
+    stream->fileHandle()->close();
+  }
+  EXPECT_EQ(ovtest::readBytes(written), "abcdefg");
+  EXPECT_EQ(counting.files().back().bytesWritten, 7);
 }
 
 }  // namespace
