@@ -2,6 +2,7 @@
 #include <ovparquet/core/read/RowGroupParquetReader.hpp>
 #include <ovparquet/host/stream.hpp>
 
+#include "../../support/CountingFiles.hpp"
 #include "../../support/LogCapture.hpp"
 #include "../../support/ParquetFiles.hpp"
 
@@ -294,6 +295,48 @@ TEST_F(ReaderTest, HadoopTestIsCaseSensitive) {
   const auto upper = threadDecision(u"HDFS://namenode/data/h.parquet");
   ASSERT_EQ(upper.size(), 1u);
   EXPECT_EQ(upper[0].rfind("numThreads = ", 0), 0u) << upper[0];
+}
+
+TEST_F(ReaderTest, OnlyTheSelectedLeafColumnsAreRead) {
+  // A small "id", a large uncompressible "payload" between two small ones.
+  const int64_t rows = 20000;
+  ::arrow::Int64Builder ids, tail;
+  ::arrow::StringBuilder payload;
+  std::mt19937_64 random(7);
+  for (int64_t i = 0; i < rows; ++i) {
+    ovtest::check(ids.Append(i));
+    ovtest::check(tail.Append(-i));
+    std::string text(200, ' ');
+    for (auto& c : text) c = static_cast<char>('a' + random() % 26);
+    ovtest::check(payload.Append(text));
+  }
+  auto schema = ::arrow::schema({::arrow::field("id", ::arrow::int64()), ::arrow::field("payload", ::arrow::utf8()),
+                                 ::arrow::field("tail", ::arrow::int64())});
+  auto table = ::arrow::Table::Make(schema, {ovtest::check(ids.Finish()), ovtest::check(payload.Finish()),
+                                             ovtest::check(tail.Finish())});
+  const auto path = mDir.file("wide.parquet");
+  ovtest::writeParquet(path, *table, 5000,
+                       ::parquet::WriterProperties::Builder().disable_dictionary("payload")->build());
+
+  ovtest::CountingFiles counting;
+  RowGroupParquetReader reader(counting.location(path), std::vector<double>{1, 2, 3, 4});
+  reader.setSelectedVariableNames({u"tail", u"id"});
+  const auto& metadata = reader.getMetadata();
+  std::int64_t payloadBytes = 0;
+  for (int g = 0; g < metadata.num_row_groups(); ++g) payloadBytes += metadata.RowGroup(g)->ColumnChunk(1)->total_compressed_size();
+  // Opening read the footer (with Arrow's read-ahead); count the read alone.
+  counting.reset();
+  const auto host = reader.readall();
+  EXPECT_EQ(ovTableName(host.get(), 0), u"tail");
+  EXPECT_EQ(columnValues(host.get(), 1).back(), rows - 1);
+  // None of the payload's chunks was read, and far fewer bytes than it holds.
+  for (int g = 0; g < metadata.num_row_groups(); ++g) {
+    const auto chunk = metadata.RowGroup(g)->ColumnChunk(1);
+    const std::int64_t begin = chunk->data_page_offset();
+    EXPECT_FALSE(counting.touched(path, begin, begin + chunk->total_compressed_size())) << "row group " << g;
+  }
+  EXPECT_GT(payloadBytes, 3'000'000);
+  EXPECT_LT(counting.bytesRead(), payloadBytes / 10);
 }
 
 TEST_F(ReaderTest, DefaultReaderIsClosed) {
