@@ -35,56 +35,65 @@ ReadContext::Categories convertCategories(const ::arrow::DataType& valueType,
   return categories;
 }
 
-// Writes the codes of one segment: Arrow's index, or its transposed value
-// when `transpose` is given; -1 for missing rows and for rows pointing at a
-// null dictionary entry (which are marked in `missing`).
+// Writes the codes of one segment: Arrow's index (checked against the
+// length of the segment's own dictionary), or its transposed value when
+// `transpose` is given; -1 for missing rows and for rows pointing at a null
+// dictionary entry (which are marked in `missing`).
+struct CodeMapping {
+  std::int64_t dictionaryLength = 0;
+  const std::int32_t* transpose = nullptr;
+  const std::vector<std::uint8_t>* nullEntries = nullptr;  // of the categories
+};
+
 template <typename Index>
-void fillCodes(const Segment& segment, const std::int32_t* transpose,
-               const std::vector<std::uint8_t>& nullEntries, std::size_t categoryCount,
-               std::uint8_t* missing, std::int32_t* codes, const ReadContext& context) {
+void fillCodes(const Segment& segment, const CodeMapping& mapping, std::uint8_t* missing,
+               std::int32_t* codes, const ReadContext& context) {
   const Index* indices =
       reinterpret_cast<const Index*>(segment.data->buffers[1]->data()) + segment.position();
+  const auto length = static_cast<std::uint64_t>(mapping.dictionaryLength);
+  const std::vector<std::uint8_t>& nullEntries = *mapping.nullEntries;
   for (std::int64_t j = 0; j < segment.length; ++j) {
     if (missing[j]) {
       codes[j] = -1;
       continue;
     }
     const Index index = indices[j];
-    if (index < 0 || static_cast<std::uint64_t>(index) >= categoryCount) {
+    if (index < 0 || static_cast<std::uint64_t>(index) >= length) {
       context.invalid("a dictionary index is out of range");
     }
     const auto position = static_cast<std::size_t>(index);
-    if (!nullEntries.empty() && nullEntries[position]) {
+    const std::int32_t code =
+        mapping.transpose ? mapping.transpose[position] : static_cast<std::int32_t>(position);
+    if (!nullEntries.empty() && nullEntries[static_cast<std::size_t>(code)]) {
       missing[j] = 1;
       codes[j] = -1;
       continue;
     }
-    codes[j] = transpose ? transpose[position] : static_cast<std::int32_t>(position);
+    codes[j] = code;
   }
 }
 
 void fillCodesOf(const ::arrow::DataType& indexType, const Segment& segment,
-                 const std::int32_t* transpose, const std::vector<std::uint8_t>& nullEntries,
-                 std::size_t categoryCount, std::uint8_t* missing, std::int32_t* codes,
+                 const CodeMapping& mapping, std::uint8_t* missing, std::int32_t* codes,
                  const ReadContext& context) {
   using ::arrow::Type;
   switch (indexType.id()) {
     case Type::INT8:
-      return fillCodes<std::int8_t>(segment, transpose, nullEntries, categoryCount, missing, codes, context);
+      return fillCodes<std::int8_t>(segment, mapping, missing, codes, context);
     case Type::UINT8:
-      return fillCodes<std::uint8_t>(segment, transpose, nullEntries, categoryCount, missing, codes, context);
+      return fillCodes<std::uint8_t>(segment, mapping, missing, codes, context);
     case Type::INT16:
-      return fillCodes<std::int16_t>(segment, transpose, nullEntries, categoryCount, missing, codes, context);
+      return fillCodes<std::int16_t>(segment, mapping, missing, codes, context);
     case Type::UINT16:
-      return fillCodes<std::uint16_t>(segment, transpose, nullEntries, categoryCount, missing, codes, context);
+      return fillCodes<std::uint16_t>(segment, mapping, missing, codes, context);
     case Type::INT32:
-      return fillCodes<std::int32_t>(segment, transpose, nullEntries, categoryCount, missing, codes, context);
+      return fillCodes<std::int32_t>(segment, mapping, missing, codes, context);
     case Type::UINT32:
-      return fillCodes<std::uint32_t>(segment, transpose, nullEntries, categoryCount, missing, codes, context);
+      return fillCodes<std::uint32_t>(segment, mapping, missing, codes, context);
     case Type::INT64:
-      return fillCodes<std::int64_t>(segment, transpose, nullEntries, categoryCount, missing, codes, context);
+      return fillCodes<std::int64_t>(segment, mapping, missing, codes, context);
     case Type::UINT64:
-      return fillCodes<std::uint64_t>(segment, transpose, nullEntries, categoryCount, missing, codes, context);
+      return fillCodes<std::uint64_t>(segment, mapping, missing, codes, context);
     default:
       context.invalid("a dictionary's index type is not an integer type");
   }
@@ -116,15 +125,15 @@ unique_ovarray_ptr readCategorical(const ::arrow::DictionaryType& type, Segments
   if (dictionaries.size() <= 1) {
     // One dictionary for all rows: converted once per column (and reused by
     // every list row that refers to it).
-    const ::arrow::ArrayData* dictionary = dictionaries.empty() ? nullptr : dictionaries[0].get();
-    if (dictionary == nullptr) {
+    if (dictionaries.empty()) {
       categories.strings = ovCreateStringArray(ovDims{0, 1});
     } else {
-      auto cached = context.categoryCache.find(dictionary);
+      const auto& dictionary = dictionaries[0];
+      auto cached = context.categoryCache.find(dictionary.get());
       if (cached == context.categoryCache.end()) {
-        cached = context.categoryCache
-                     .emplace(dictionary, convertCategories(valueType, *dictionary, context))
-                     .first;
+        ReadContext::Categories converted = convertCategories(valueType, *dictionary, context);
+        converted.dictionary = dictionary;
+        cached = context.categoryCache.emplace(dictionary.get(), std::move(converted)).first;
       }
       categories.strings = ovDuplicateArray(cached->second.strings.get());
       categories.nullEntries = cached->second.nullEntries;
@@ -155,12 +164,15 @@ unique_ovarray_ptr readCategorical(const ::arrow::DictionaryType& type, Segments
   for (std::size_t s = 0; s < segments.size(); ++s) {
     const Segment& segment = segments[s];
     if (segment.length == 0) continue;
-    const std::int32_t* transpose =
-        transposes.empty() ? nullptr
-                           : reinterpret_cast<const std::int32_t*>(
-                                 transposes[dictionaryOf[s]]->data());
-    fillCodesOf(*type.index_type(), segment, transpose, categories.nullEntries, categoryCount,
-                missing.data() + row, codes.data() + row, context);
+    CodeMapping mapping;
+    mapping.dictionaryLength = dictionaries[dictionaryOf[s]]->length;
+    mapping.nullEntries = &categories.nullEntries;
+    if (!transposes.empty()) {
+      mapping.transpose =
+          reinterpret_cast<const std::int32_t*>(transposes[dictionaryOf[s]]->data());
+    }
+    fillCodesOf(*type.index_type(), segment, mapping, missing.data() + row, codes.data() + row,
+                context);
     row += static_cast<std::size_t>(segment.length);
   }
   auto array = ovCreateCategoricalArray(ovDims{rows, 1}, std::move(categories.strings),

@@ -13,6 +13,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
 #include <unordered_map>
@@ -54,6 +55,9 @@ class ReadContext {
   struct Categories {
     unique_ovarray_ptr strings;
     std::vector<std::uint8_t> nullEntries;  // empty when the dictionary has no nulls
+    // Keeps the dictionary (the key) alive, so its address is never reused
+    // while the entry exists.
+    std::shared_ptr<const ::arrow::ArrayData> dictionary;
   };
   std::unordered_map<const ::arrow::ArrayData*, Categories> categoryCache;
 

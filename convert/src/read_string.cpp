@@ -38,6 +38,65 @@ const Offset* offsetsOf(const Segment& segment) {
   return reinterpret_cast<const Offset*>(segment.data->buffers[1]->data()) + segment.position();
 }
 
+constexpr std::size_t kInvalid = static_cast<std::size_t>(-1);
+
+bool isContinuation(unsigned char byte) { return (byte & 0xC0) == 0x80; }
+
+// Decodes one value of valid UTF-8 into UTF-16 and returns the number of
+// units written, or kInvalid (with garbage written) at the first ill-formed
+// sequence: overlong forms, surrogates, code points past U+10FFFF and
+// truncated sequences are all refused, as the host's converter refuses them.
+std::size_t decodeValidUtf8(const char* text, std::size_t size, char16_t* dst) {
+  const auto* s = reinterpret_cast<const unsigned char*>(text);
+  std::size_t k = 0;
+  char16_t* const start = dst;
+  while (k < size) {
+    // ASCII runs eight bytes at a time.
+    while (k + 8 <= size) {
+      std::uint64_t word;
+      std::memcpy(&word, s + k, 8);
+      if (word & 0x8080808080808080ULL) break;
+      for (int b = 0; b < 8; ++b) dst[b] = s[k + static_cast<std::size_t>(b)];
+      dst += 8;
+      k += 8;
+    }
+    if (k == size) break;
+    const unsigned c = s[k];
+    if (c < 0x80) {
+      *dst++ = static_cast<char16_t>(c);
+      k += 1;
+    } else if (c < 0xC2) {
+      return kInvalid;  // a continuation byte, or an overlong two-byte lead
+    } else if (c < 0xE0) {
+      if (k + 1 >= size || !isContinuation(s[k + 1])) return kInvalid;
+      *dst++ = static_cast<char16_t>(((c & 0x1F) << 6) | (s[k + 1] & 0x3F));
+      k += 2;
+    } else if (c < 0xF0) {
+      if (k + 2 >= size || !isContinuation(s[k + 1]) || !isContinuation(s[k + 2])) {
+        return kInvalid;
+      }
+      const unsigned cp = ((c & 0x0F) << 12) | ((s[k + 1] & 0x3Fu) << 6) | (s[k + 2] & 0x3Fu);
+      if (cp < 0x800 || (cp >= 0xD800 && cp <= 0xDFFF)) return kInvalid;
+      *dst++ = static_cast<char16_t>(cp);
+      k += 3;
+    } else if (c < 0xF5) {
+      if (k + 3 >= size || !isContinuation(s[k + 1]) || !isContinuation(s[k + 2]) ||
+          !isContinuation(s[k + 3])) {
+        return kInvalid;
+      }
+      const unsigned cp = ((c & 0x07) << 18) | ((s[k + 1] & 0x3Fu) << 12) |
+                          ((s[k + 2] & 0x3Fu) << 6) | (s[k + 3] & 0x3Fu);
+      if (cp < 0x10000 || cp > 0x10FFFF) return kInvalid;
+      *dst++ = static_cast<char16_t>(0xD7C0 + (cp >> 10));
+      *dst++ = static_cast<char16_t>(0xDC00 + (cp & 0x3FF));
+      k += 4;
+    } else {
+      return kInvalid;
+    }
+  }
+  return static_cast<std::size_t>(dst - start);
+}
+
 template <typename Offset>
 unique_ovarray_ptr readStrings(Segments segments, std::size_t rows, ParentMissing parentMissing,
                                ReadContext& context) {
@@ -48,9 +107,13 @@ unique_ovarray_ptr readStrings(Segments segments, std::size_t rows, ParentMissin
     const Offset* offsets = offsetsOf<Offset>(segment);
     bytes += static_cast<std::size_t>(offsets[segment.length] - offsets[0]);
   }
-  // UTF-16 never needs more units than UTF-8 has bytes.
-  orvane::ustring text;
-  text.reserve(bytes);
+  // UTF-16 never needs more units than UTF-8 has bytes (an invalid sequence
+  // of one or more bytes becomes one unit), so the text is written in place
+  // and trimmed at the end.
+  orvane::ustring text(bytes, u'\0');
+  char16_t* const begin = text.data();
+  char16_t* dst = begin;
+  orvane::ustring scratch;
   std::vector<std::int64_t> hostOffsets(rows + 1);
   std::uint64_t invalidValues = 0;
   std::size_t row = 0;
@@ -60,34 +123,42 @@ unique_ovarray_ptr readStrings(Segments segments, std::size_t rows, ParentMissin
     const char* chars = charsOf(segment);
     const std::uint8_t* segmentMissing = missing.empty() ? nullptr : missing.data() + row;
     std::int64_t* out = hostOffsets.data() + row + 1;
-    bool done = false;
+    row += static_cast<std::size_t>(segment.length);
     if (segmentMissing == nullptr) {
       // Fast path: the whole segment is ASCII, so the offsets carry over.
-      const std::size_t base = text.size();
       const auto size = static_cast<std::size_t>(offsets[segment.length] - offsets[0]);
-      text.resize(base + size);
-      if (widenAscii(chars + offsets[0], size, text.data() + base)) {
-        const auto shift = static_cast<std::int64_t>(base) - static_cast<std::int64_t>(offsets[0]);
+      if (widenAscii(chars + offsets[0], size, dst)) {
+        const std::int64_t shift = (dst - begin) - static_cast<std::int64_t>(offsets[0]);
         for (std::int64_t j = 0; j < segment.length; ++j) {
           out[j] = static_cast<std::int64_t>(offsets[j + 1]) + shift;
         }
-        done = true;
-      } else {
-        text.resize(base);
+        dst += size;
+        continue;
       }
     }
-    if (!done) {
-      for (std::int64_t j = 0; j < segment.length; ++j) {
-        if (segmentMissing == nullptr || segmentMissing[j] == 0) {
-          const std::string_view value(chars + offsets[j],
-                                       static_cast<std::size_t>(offsets[j + 1] - offsets[j]));
-          if (orvane::append_utf8_replacing(value, text) != 0) ++invalidValues;
+    for (std::int64_t j = 0; j < segment.length; ++j) {
+      if (segmentMissing == nullptr || segmentMissing[j] == 0) {
+        const char* value = chars + offsets[j];
+        const auto size = static_cast<std::size_t>(offsets[j + 1] - offsets[j]);
+        const std::size_t units = decodeValidUtf8(value, size, dst);
+        if (units != kInvalid) {
+          dst += units;
+        } else {
+          // Ill-formed: the host's converter replaces each bad sequence.
+          scratch.clear();
+          if (orvane::append_utf8_replacing(std::string_view(value, size), scratch) != 0) {
+            ++invalidValues;
+          }
+          std::memcpy(dst, scratch.data(), scratch.size() * sizeof(char16_t));
+          dst += scratch.size();
         }
-        out[j] = static_cast<std::int64_t>(text.size());
       }
+      out[j] = dst - begin;
     }
-    row += static_cast<std::size_t>(segment.length);
   }
+  const auto used = static_cast<std::size_t>(dst - begin);
+  text.resize(used);
+  if (used < bytes / 2) text.shrink_to_fit();
   context.addInvalidUtf8Values(invalidValues);
   auto array = ovCreateStringArrayFromBuffers(ovDims{rows, 1}, std::move(text),
                                               std::move(hostOffsets));

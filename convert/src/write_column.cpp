@@ -260,10 +260,13 @@ std::string nameToUtf8(std::u16string_view name, const std::string& path,
 
 namespace {
 
+// `name` is the variable's name; a lone array has none and is called
+// "column" in messages.
 std::shared_ptr<::arrow::ArrayData> writeVariable(const ovArray* column, const std::string& name,
                                                   std::size_t rows) {
   WriteContext context(name);
-  return writeColumn(Pieces(&column, 1), static_cast<std::int64_t>(rows), name, context);
+  const std::string path = name.empty() ? std::string("column") : name;
+  return writeColumn(Pieces(&column, 1), static_cast<std::int64_t>(rows), path, context);
 }
 
 }  // namespace
@@ -308,7 +311,7 @@ std::shared_ptr<::arrow::ArrayData> writeVariable(const ovArray* column, const s
       throw detail::ConversionError(::arrow::Status::Invalid("No host array to convert"));
     }
     detail::WriteContext context("");
-    const std::size_t rows = detail::pieceHeight(column, "", context);
+    const std::size_t rows = detail::pieceHeight(column, "column", context);
     return ::arrow::MakeArray(detail::writeVariable(column, "", rows));
   });
 }

@@ -29,6 +29,10 @@ const std::vector<CatalogEntry>& messageCatalog() {
         {"ORVANE:host:ArrayIndexOutOfRange", "Index {1} is out of range for an array of {2} elements.", 2},
         {"ORVANE:host:ArrayFieldNotFound", "The struct has no field '{1}'.", 1},
 
+        // Conversion between Arrow and host arrays.
+        {"ORVANE:convert:InvalidUtf8InColumn",
+         "Column '{1}' holds {2} values that are not valid UTF-8; invalid sequences were replaced by U+FFFD.", 2},
+
         // Reading and file information.
         {"ORVANE:parquetio:read:InternalInvalidRead", "Unable to read Parquet file '{1}': {2}", 2},
         {"ORVANE:parquetio:read:ReaderLoadFailed", "Unable to load the Parquet reader for '{1}': {2}", 2},

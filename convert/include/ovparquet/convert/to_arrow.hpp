@@ -44,7 +44,9 @@ namespace orvane::io::arrow::core {
 // - Unpaired UTF-16 surrogates in strings are written as U+FFFD.
 //
 // With to_orvane the round trip host -> Arrow -> host gives an equal host
-// array for every class (except for the empty zone above), and
+// array for every class, except for the empty zone above and for
+// categoricals of different categories inside one cell (they come back with
+// the unified categories); and
 // Arrow -> host -> Arrow gives an equal table whenever every column's type is
 // canonical (its nested structs have no null rows, and the chunks of a
 // dictionary column share one dictionary). The other Arrow types come back as
