@@ -1,0 +1,66 @@
+// The parsed command line: global options and those of each command.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ovparquet::cli {
+
+enum class Format { Table, Json, Csv };
+
+struct GlobalOptions {
+  Format format = Format::Table;
+  bool verbose = false;
+  std::optional<unsigned> threads;
+  std::optional<std::uint32_t> logMask;
+  std::string logFile;
+};
+
+struct InfoOptions {
+  std::string file;
+};
+
+struct CountOptions {
+  std::vector<std::string> paths;
+  bool sequential = false;
+};
+
+struct ReadOptions {
+  std::string file;
+  std::vector<std::string> vars;
+  std::vector<double> rowGroups;             // 1-based
+  std::optional<std::pair<double, double>> range;  // offset, size in bytes
+  std::optional<std::uint64_t> head;
+  std::string where;
+  std::size_t maxRows = 20;                  // table output; 0 = all
+};
+
+struct StatsOptions {
+  std::string file;
+  std::vector<std::string> vars;
+};
+
+// One setting for all variables (`all`) and settings for some of them.
+struct PerVariableSetting {
+  std::string all;
+  std::vector<std::pair<std::string, std::string>> byVariable;
+  bool given() const { return !all.empty() || !byVariable.empty(); }
+};
+
+struct WriteOptions {
+  std::string output;
+  std::string input;
+  std::string inputFormat = "auto";  // auto, csv, parquet
+  char delimiter = ',';
+  PerVariableSetting compression;
+  PerVariableSetting encoding;
+  std::string version;  // "" keeps the writer's default
+  std::optional<std::int64_t> rowGroupLength;
+  std::vector<std::int64_t> rowGroupHeights;
+  bool storeSchema = true;
+  bool compliantNested = true;
+};
+
+}  // namespace ovparquet::cli

@@ -1,0 +1,218 @@
+#include "values.hpp"
+
+#include "text.hpp"
+
+#include <ovparquet/host/array_text.hpp>
+
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+
+namespace ovparquet::cli {
+namespace {
+
+constexpr std::int64_t kTicksPerSecond[] = {1, 1000, 1000000, 1000000000};
+constexpr int kFractionDigits[] = {0, 3, 6, 9};
+
+std::int64_t floorDiv(std::int64_t a, std::int64_t b) {
+  const std::int64_t q = a / b;
+  return (a % b != 0 && ((a < 0) != (b < 0))) ? q - 1 : q;
+}
+
+// Proleptic Gregorian date of a day count from 1970-01-01.
+std::string dateText(std::int64_t days) {
+  const std::int64_t z = days + 719468;
+  const std::int64_t era = floorDiv(z, 146097);
+  const std::int64_t doe = z - era * 146097;
+  const std::int64_t yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+  const std::int64_t doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+  const std::int64_t mp = (5 * doy + 2) / 153;
+  const std::int64_t day = doy - (153 * mp + 2) / 5 + 1;
+  const std::int64_t month = mp < 10 ? mp + 3 : mp - 9;
+  const std::int64_t year = yoe + era * 400 + (month <= 2 ? 1 : 0);
+  char buffer[96];
+  std::snprintf(buffer, sizeof buffer, "%s%04lld-%02lld-%02lld", year < 0 ? "-" : "",
+                static_cast<long long>(year < 0 ? -year : year), static_cast<long long>(month),
+                static_cast<long long>(day));
+  return buffer;
+}
+
+template <typename T>
+std::string shortestText(T value) {
+  if (std::isnan(value)) return "NaN";
+  if (std::isinf(value)) return value > 0 ? "Inf" : "-Inf";
+  char buffer[64];
+  const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
+  return std::string(buffer, result.ptr);
+}
+
+template <typename T>
+const T& at(const ovArray* column, std::size_t row) {
+  return static_cast<const T*>(ovGetData(column))[row];
+}
+
+// The nested-table row as a record "{a: 1, b: \"x\"}".
+std::string recordText(const ovArray* table, std::size_t row);
+
+std::string quotedIfText(const ovArray* column, std::size_t row) {
+  if (isMissingValue(column, row)) return "<missing>";
+  if (ovIsString(column) || ovIsCategorical(column)) {
+    nlohmann::json text = valueText(column, row);
+    return text.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  }
+  return valueText(column, row);
+}
+
+std::string recordText(const ovArray* table, std::size_t row) {
+  std::string text = "{";
+  const std::size_t n = ovTableNumVariables(table);
+  for (std::size_t v = 0; v < n; ++v) {
+    if (v > 0) text += ", ";
+    text += toUtf8(ovTableName(table, v)) + ": " + quotedIfText(ovTableColumn(table, v), row);
+  }
+  return text + "}";
+}
+
+// Every element of a list value (an n-by-1 array or a host table of n rows).
+nlohmann::ordered_json listJson(const ovArray* list) {
+  auto out = nlohmann::ordered_json::array();
+  const std::size_t n = ovIsTable(list) ? ovTableNumRows(list) : ovGetNumberOfElements(list);
+  for (std::size_t i = 0; i < n; ++i) out.push_back(valueJson(list, i));
+  return out;
+}
+
+}  // namespace
+
+std::string doubleText(double value) { return shortestText(value); }
+std::string floatText(float value) { return shortestText(value); }
+
+std::string datetimeText(std::int64_t ticks, ovTimeUnit unit, const std::optional<std::string>& zone) {
+  std::string text;
+  if (unit == ovTimeUnit::Day) {
+    if (ticks > (std::int64_t{1} << 50) || ticks < -(std::int64_t{1} << 50)) return "<out of range>";
+    text = dateText(ticks);
+  } else {
+    const auto u = static_cast<std::size_t>(unit);
+    const std::int64_t perSecond = kTicksPerSecond[u];
+    const std::int64_t seconds = floorDiv(ticks, perSecond);
+    const std::int64_t fraction = ticks - seconds * perSecond;
+    const std::int64_t days = floorDiv(seconds, 86400);
+    const std::int64_t secondOfDay = seconds - days * 86400;
+    char clock[96];
+    std::snprintf(clock, sizeof clock, "T%02lld:%02lld:%02lld", static_cast<long long>(secondOfDay / 3600),
+                  static_cast<long long>(secondOfDay / 60 % 60), static_cast<long long>(secondOfDay % 60));
+    text = dateText(days) + clock;
+    if (kFractionDigits[u] > 0) {
+      char digits[32];
+      std::snprintf(digits, sizeof digits, ".%0*lld", kFractionDigits[u], static_cast<long long>(fraction));
+      text += digits;
+    }
+    // A zoned time stamp is an instant: shown in UTC, as RFC 3339 writes it.
+    if (zone) text += 'Z';
+  }
+  return text;
+}
+
+std::string durationText(std::int64_t ticks, ovTimeUnit unit) {
+  const auto u = static_cast<std::size_t>(unit);
+  const auto perSecond = static_cast<std::uint64_t>(kTicksPerSecond[u]);
+  const std::uint64_t magnitude =
+      ticks < 0 ? std::uint64_t{0} - static_cast<std::uint64_t>(ticks) : static_cast<std::uint64_t>(ticks);
+  std::string text = ticks < 0 ? "-" : "";
+  text += std::to_string(magnitude / perSecond);
+  if (const std::uint64_t fraction = magnitude % perSecond; fraction != 0) {
+    char digits[32];
+    std::snprintf(digits, sizeof digits, "%0*llu", kFractionDigits[u], static_cast<unsigned long long>(fraction));
+    std::string f = digits;
+    f.erase(f.find_last_not_of('0') + 1);
+    text += "." + f;
+  }
+  return text + "s";
+}
+
+bool isMissingValue(const ovArray* column, std::size_t row) {
+  if (ovIsTable(column)) return false;
+  if (ovIsCell(column)) return ovGetCell(column, row) == nullptr;
+  if (ovIsStruct(column)) return false;
+  return ovIsMissing(column, row);
+}
+
+std::string valueText(const ovArray* column, std::size_t row) {
+  if (ovIsTable(column)) return recordText(column, row);
+  if (isMissingValue(column, row)) return "";
+  switch (ovGetClassID(column)) {
+    case ovClassID::Double: return doubleText(at<double>(column, row));
+    case ovClassID::Single: return floatText(at<float>(column, row));
+    case ovClassID::Int8: return std::to_string(at<std::int8_t>(column, row));
+    case ovClassID::UInt8: return std::to_string(at<std::uint8_t>(column, row));
+    case ovClassID::Int16: return std::to_string(at<std::int16_t>(column, row));
+    case ovClassID::UInt16: return std::to_string(at<std::uint16_t>(column, row));
+    case ovClassID::Int32: return std::to_string(at<std::int32_t>(column, row));
+    case ovClassID::UInt32: return std::to_string(at<std::uint32_t>(column, row));
+    case ovClassID::Int64: return std::to_string(at<std::int64_t>(column, row));
+    case ovClassID::UInt64: return std::to_string(at<std::uint64_t>(column, row));
+    case ovClassID::Logical: return at<bool>(column, row) ? "true" : "false";
+    case ovClassID::Char: {
+      std::string out;
+      orvane::append_utf16_replacing(std::u16string_view(&at<char16_t>(column, row), 1), out);
+      return out;
+    }
+    case ovClassID::String: {
+      std::string out;
+      orvane::append_utf16_replacing(ovGetStringView(column, row), out);
+      return out;
+    }
+    case ovClassID::Datetime:
+      return datetimeText(ovGetTicks(column)[row], ovGetTimeUnit(column), ovGetTimeZone(column));
+    case ovClassID::Duration: return durationText(ovGetTicks(column)[row], ovGetTimeUnit(column));
+    case ovClassID::Categorical: {
+      const std::int32_t code = ovGetCategoryCodes(column)[row];
+      const ovArray* categories = ovGetCategories(column);
+      if (code < 0 || static_cast<std::size_t>(code) >= ovGetNumberOfElements(categories)) return "<undefined>";
+      std::string out;
+      orvane::append_utf16_replacing(ovGetStringView(categories, static_cast<std::size_t>(code)), out);
+      return out;
+    }
+    case ovClassID::Cell: return ovArrayToInlineText(ovGetCell(column, row));
+    case ovClassID::Struct: break;
+  }
+  return ovArrayToInlineText(column);
+}
+
+nlohmann::ordered_json valueJson(const ovArray* column, std::size_t row) {
+  if (ovIsTable(column)) {
+    auto record = nlohmann::ordered_json::object();
+    const std::size_t n = ovTableNumVariables(column);
+    for (std::size_t v = 0; v < n; ++v) {
+      record[toUtf8(ovTableName(column, v))] = valueJson(ovTableColumn(column, v), row);
+    }
+    return record;
+  }
+  if (isMissingValue(column, row)) return nullptr;
+  const auto number = [](auto value) -> nlohmann::ordered_json {
+    if (!std::isfinite(static_cast<double>(value))) return nullptr;
+    return value;
+  };
+  switch (ovGetClassID(column)) {
+    case ovClassID::Double: return number(at<double>(column, row));
+    case ovClassID::Single: {
+      // Through the shortest text, so that 0.1f prints as 0.1.
+      const float value = at<float>(column, row);
+      if (!std::isfinite(value)) return nullptr;
+      return nlohmann::ordered_json::parse(floatText(value));
+    }
+    case ovClassID::Int8: return at<std::int8_t>(column, row);
+    case ovClassID::UInt8: return at<std::uint8_t>(column, row);
+    case ovClassID::Int16: return at<std::int16_t>(column, row);
+    case ovClassID::UInt16: return at<std::uint16_t>(column, row);
+    case ovClassID::Int32: return at<std::int32_t>(column, row);
+    case ovClassID::UInt32: return at<std::uint32_t>(column, row);
+    case ovClassID::Int64: return at<std::int64_t>(column, row);
+    case ovClassID::UInt64: return at<std::uint64_t>(column, row);
+    case ovClassID::Logical: return at<bool>(column, row);
+    case ovClassID::Cell: return listJson(ovGetCell(column, row));
+    default: return valueText(column, row);
+  }
+}
+
+}  // namespace ovparquet::cli

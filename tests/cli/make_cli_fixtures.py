@@ -1,0 +1,89 @@
+"""Writes the Parquet files the command-line tests run the program on, with
+pyarrow and DuckDB.
+
+    make_cli_fixtures.py OUTPUT_DIR
+"""
+import datetime
+import math
+import os
+import sys
+
+import duckdb
+import pyarrow as pa
+import pyarrow.parquet as pq
+
+
+def sorted_file(out):
+    # 100 row groups of 1000 rows; every column ordered (or constant) within
+    # a row group, so that statistics can rule most row groups out.
+    n = 100_000
+    start = datetime.datetime(2024, 1, 1)
+    value = []
+    for i in range(n):
+        if i % 97 == 0:
+            value.append(None)
+        elif i % 101 == 0:
+            value.append(math.nan)
+        else:
+            value.append(i * 0.25)
+    table = pa.table({
+        "id": pa.array(range(n), pa.int64()),
+        "bucket": pa.array([i // 1000 for i in range(n)], pa.int32()),
+        "ts": pa.array([start + datetime.timedelta(minutes=i) for i in range(n)], pa.timestamp("us")),
+        "day": pa.array([(start + datetime.timedelta(minutes=i)).date() for i in range(n)], pa.date32()),
+        "name": pa.array([f"k{i:06d}" for i in range(n)], pa.string()),
+        "value": pa.array(value, pa.float64()),
+        "flag": pa.array([(i // 1000) % 2 == 0 for i in range(n)], pa.bool_()),
+        "cat": pa.array([f"c{i % 3}" for i in range(n)]).dictionary_encode(),
+        "tags": pa.array([[f"t{i % 5}"] for i in range(n)], pa.list_(pa.string())),
+    })
+    pq.write_table(table, os.path.join(out, "pyarrow_sorted.parquet"), row_group_size=1000)
+    # The same data without statistics: nothing can be skipped.
+    pq.write_table(table, os.path.join(out, "pyarrow_no_stats.parquet"), row_group_size=1000,
+                   write_statistics=False)
+
+
+def nested_file(out):
+    n = 300
+    table = pa.table({
+        "tags": pa.array([[f"t{i}", "x"] if i % 5 else None for i in range(n)], pa.list_(pa.string())),
+        "point": pa.array([{"x": i, "y": float(i) / 2} for i in range(n)],
+                          pa.struct([("x", pa.int32()), ("y", pa.float64())])),
+        "attrs": pa.array([[("k", i)] for i in range(n)], pa.map_(pa.string(), pa.int64())),
+        "when": pa.array(range(n), pa.timestamp("ms", tz="UTC")),
+        "größe": pa.array([i * 0.5 for i in range(n)], pa.float64()),
+    })
+    pq.write_table(table, os.path.join(out, "pyarrow_nested.parquet"), row_group_size=128)
+
+
+def other_files(out):
+    schema = pa.schema([("id", pa.int64()), ("name", pa.string())])
+    with pq.ParquetWriter(os.path.join(out, "pyarrow_empty.parquet"), schema):
+        pass
+    # Dictionaries inside lists, in one row group: readable, and writing them
+    # back warns.
+    words = pa.array([["a", "b"], ["b"], None, ["c", "a"]] * 10, pa.list_(pa.dictionary(pa.int32(), pa.string())))
+    pq.write_table(pa.table({"words": words, "n": pa.array(range(40), pa.int64())}),
+                   os.path.join(out, "pyarrow_list_dict.parquet"))
+
+
+def duckdb_file(out):
+    path = os.path.join(out, "duckdb_flat.parquet")
+    duckdb.sql(f"""
+        COPY (SELECT i AS id, i * 1.5 AS value, 'row ' || i AS label,
+                     CASE WHEN i % 4 = 0 THEN NULL ELSE i END AS maybe
+              FROM range(250000) t(i))
+        TO '{path}' (FORMAT PARQUET, ROW_GROUP_SIZE 100000)""")
+
+
+def main():
+    out = sys.argv[1]
+    os.makedirs(out, exist_ok=True)
+    sorted_file(out)
+    nested_file(out)
+    other_files(out)
+    duckdb_file(out)
+
+
+if __name__ == "__main__":
+    main()

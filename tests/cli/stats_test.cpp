@@ -1,0 +1,161 @@
+// stats: the per-row-group statistics of the library, in every format.
+#include "CliTest.hpp"
+
+#include <ovparquet/core/read/RowGroupParquetReader.hpp>
+#include <ovparquet/core/read/Statistics.hpp>
+#include <ovparquet/host/array.hpp>
+
+namespace ovtest {
+namespace {
+
+using orvane::io::parquet::core::read::RowGroupParquetReader;
+using orvane::io::parquet::core::read::Statistics;
+
+// Compares the json records of one variable with the library's statistics.
+void expectEqualsLibrary(const std::string& path, const json& j, const std::string& name, std::int32_t index) {
+  SCOPED_TRACE(name);
+  const RowGroupParquetReader reader(u(path), std::vector<double>{});
+  const Statistics s = reader.getStatistics({index});
+  const std::size_t R = static_cast<std::size_t>(reader.getTotalNumRowGroups());
+  const ovArray* mins = ovGetCell(s.minValues.get(), 0);
+  const ovArray* maxs = ovGetCell(s.maxValues.get(), 0);
+  std::size_t seen = 0;
+  for (const auto& rec : j["statistics"]) {
+    if (rec["variable"].get<std::string>() != name) continue;
+    const std::size_t r = rec["rowGroup"].get<std::size_t>() - 1;
+    ASSERT_LT(r, R);
+    ++seen;
+    if (ovGetTypedData<bool>(s.nullCountValid.get())[r]) {
+      EXPECT_EQ(rec["nullCount"].get<std::int64_t>(), ovGetTypedData<std::int64_t>(s.nullCounts.get())[r]);
+    } else {
+      EXPECT_TRUE(rec["nullCount"].is_null());
+    }
+    if (ovGetTypedData<bool>(s.distinctCountValid.get())[r]) {
+      EXPECT_EQ(rec["distinctCount"].get<std::int64_t>(), ovGetTypedData<std::int64_t>(s.distinctCounts.get())[r]);
+    } else {
+      EXPECT_TRUE(rec["distinctCount"].is_null());
+    }
+    const bool valid = ovGetTypedData<bool>(s.minMaxValid.get())[r];
+    if (!valid || mins == nullptr) {
+      EXPECT_TRUE(rec["min"].is_null());
+      EXPECT_TRUE(rec["max"].is_null());
+      continue;
+    }
+    switch (ovGetClassID(mins)) {
+      case ovClassID::Int64:
+        EXPECT_EQ(rec["min"].get<std::int64_t>(), ovGetTypedData<std::int64_t>(mins)[r]);
+        EXPECT_EQ(rec["max"].get<std::int64_t>(), ovGetTypedData<std::int64_t>(maxs)[r]);
+        break;
+      case ovClassID::Int32:
+        EXPECT_EQ(rec["min"].get<std::int32_t>(), ovGetTypedData<std::int32_t>(mins)[r]);
+        EXPECT_EQ(rec["max"].get<std::int32_t>(), ovGetTypedData<std::int32_t>(maxs)[r]);
+        break;
+      case ovClassID::Double:
+        EXPECT_EQ(rec["min"].get<double>(), ovGetTypedData<double>(mins)[r]);
+        EXPECT_EQ(rec["max"].get<double>(), ovGetTypedData<double>(maxs)[r]);
+        break;
+      case ovClassID::Logical:
+        EXPECT_EQ(rec["min"].get<bool>(), ovGetTypedData<bool>(mins)[r]);
+        EXPECT_EQ(rec["max"].get<bool>(), ovGetTypedData<bool>(maxs)[r]);
+        break;
+      case ovClassID::String:
+        EXPECT_EQ(rec["min"].get<std::string>(), ovGetStringUtf8(mins, r));
+        EXPECT_EQ(rec["max"].get<std::string>(), ovGetStringUtf8(maxs, r));
+        break;
+      case ovClassID::Datetime:
+        // Checked by text below; here only that it is a text.
+        EXPECT_TRUE(rec["min"].is_string());
+        break;
+      default: ADD_FAILURE() << "unexpected class " << ovGetClassName(mins);
+    }
+  }
+  EXPECT_EQ(seen, R);
+}
+
+TEST(Stats, JsonEqualsTheLibraryOnPeerFiles) {
+  const std::string sorted = fixture("pyarrow_sorted.parquet");
+  const json j = okJson({"stats", sorted, "--vars", "id,bucket,name,value,flag,ts", "--format", "json"});
+  EXPECT_EQ(j["numRowGroups"], 100);
+  EXPECT_EQ(j["variables"], json({"id", "bucket", "name", "value", "flag", "ts"}));
+  ASSERT_EQ(j["statistics"].size(), 600u);
+  EXPECT_EQ(j["statistics"][0]["rowGroup"], 1);
+  EXPECT_EQ(j["statistics"][0]["variable"], "id");
+  EXPECT_EQ(j["statistics"][1]["variable"], "bucket");
+  expectEqualsLibrary(sorted, j, "id", 0);
+  expectEqualsLibrary(sorted, j, "bucket", 1);
+  expectEqualsLibrary(sorted, j, "name", 4);
+  expectEqualsLibrary(sorted, j, "value", 5);
+  expectEqualsLibrary(sorted, j, "flag", 6);
+  expectEqualsLibrary(sorted, j, "ts", 2);
+  // Timestamps of the field's unit, as texts.
+  EXPECT_EQ(j["statistics"][5]["min"], "2024-01-01T00:00:00.000000");
+  EXPECT_EQ(j["statistics"][5]["max"], "2024-01-01T16:39:00.000000");
+
+  const std::string duck = fixture("duckdb_flat.parquet");
+  // DuckDB writes "value" (i * 1.5) as a decimal, which has no statistics.
+  const RunResult all = ok({"stats", duck, "--format", "json"});
+  const json d = json::parse(all.out);
+  EXPECT_EQ(d["variables"], json({"id", "label", "maybe"}));
+  EXPECT_NE(all.err.find("value"), std::string::npos) << all.err;
+  expectEqualsLibrary(duck, d, "id", 0);
+  expectEqualsLibrary(duck, d, "label", 2);
+  expectEqualsLibrary(duck, d, "maybe", 3);
+}
+
+TEST(Stats, OurOwnFile) {
+  Scratch dir;
+  const std::string own = dir.file("own.parquet");
+  ok({"write", own, "--from", fixture("duckdb_flat.parquet"), "--row-group-length", "60000"});
+  const json j = okJson({"stats", own, "--vars", "maybe,id", "--format", "json"});
+  EXPECT_EQ(j["rowGroupHeights"], json({60000, 60000, 60000, 60000, 10000}));
+  expectEqualsLibrary(own, j, "maybe", 3);
+  expectEqualsLibrary(own, j, "id", 0);
+  EXPECT_EQ(j["statistics"][0]["nullCount"], 15000);  // maybe: every fourth row
+  EXPECT_EQ(j["statistics"][1]["min"], 0);
+  EXPECT_EQ(j["statistics"][1]["max"], 59999);
+}
+
+TEST(Stats, WithoutVarsTheVariablesWithoutStatisticsAreLeftOut) {
+  const RunResult r = ok({"stats", fixture("pyarrow_nested.parquet"), "--format", "json"});
+  const json j = json::parse(r.out);
+  EXPECT_EQ(j["variables"], json({"when", "größe"}));
+  EXPECT_NE(r.err.find("tags, point, attrs"), std::string::npos) << r.err;
+}
+
+TEST(Stats, AskingForAVariableWithoutStatisticsIsAnError) {
+  const RunResult r = runProgram({"stats", fixture("pyarrow_nested.parquet"), "--vars", "when,tags"});
+  expectFailure(r, 1, "ORVANE:parquetio:read:UnsupportedRowFilterVariable");
+  EXPECT_EQ(r.err,
+            "ORVANE:parquetio:read:UnsupportedRowFilterVariable: Variable 'tags' of type cell cannot be used to "
+            "filter rows.\n");
+}
+
+TEST(Stats, CsvAndTable) {
+  const std::string path = fixture("duckdb_flat.parquet");
+  const auto records = parseCsv(ok({"stats", path, "--vars", "label,maybe", "--format", "csv"}).out);
+  ASSERT_EQ(records.size(), 1u + 3u * 2u);
+  EXPECT_EQ(records[0], (std::vector<std::string>{"rowGroup", "variable", "rows", "nullCount", "distinctCount",
+                                                  "min", "max"}));
+  EXPECT_EQ(records[1][0], "1");
+  EXPECT_EQ(records[1][1], "label");
+  EXPECT_EQ(records[2][1], "maybe");
+  EXPECT_EQ(records[2][2], "100352");
+  EXPECT_EQ(records[2][3], "25088");  // missing for every fourth id
+
+  const RunResult table = ok({"stats", path, "--vars", "maybe"});
+  const auto text = lines(table.out);
+  ASSERT_EQ(text.size(), 2u + 3u);
+  for (const char* header : {"Row group", "Variable", "Rows", "Nulls", "Distinct", "Min", "Max"}) {
+    EXPECT_NE(text[0].find(header), std::string::npos) << header;
+  }
+  EXPECT_NE(text[2].find("25088"), std::string::npos) << table.out;
+}
+
+TEST(Stats, AFileWithoutRowGroups) {
+  const json j = okJson({"stats", fixture("pyarrow_empty.parquet"), "--format", "json"});
+  EXPECT_EQ(j["numRowGroups"], 0);
+  EXPECT_EQ(j["statistics"], json::array());
+}
+
+}  // namespace
+}  // namespace ovtest
