@@ -29,7 +29,7 @@ bench:
 	@bash bench/run.sh build-release
 
 sanitize:
-	@$(MAKE) --no-print-directory test BUILD=build-asan CMAKE_ARGS="-DOVPARQUET_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug"
+	@ARROW_DEFAULT_MEMORY_POOL=system $(MAKE) --no-print-directory test BUILD=build-asan CMAKE_ARGS="-DOVPARQUET_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug"
 
 clean:
 	rm -rf build build-release build-asan
