@@ -6,15 +6,15 @@
 #include <arrow/io/file.h>
 #include <parquet/arrow/writer.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <thread>
 
+#include "Timing.hpp"
+
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using ovbench::bestSeconds;
 
 std::shared_ptr<arrow::Table> smallTable() {
   arrow::Int64Builder ids;
@@ -25,17 +25,6 @@ std::shared_ptr<arrow::Table> smallTable() {
   }
   auto schema = arrow::schema({arrow::field("id", arrow::int64()), arrow::field("name", arrow::utf8())});
   return arrow::Table::Make(schema, {ids.Finish().ValueOrDie(), names.Finish().ValueOrDie()});
-}
-
-template <typename F>
-double bestSeconds(int repetitions, F&& f) {
-  double best = 1e300;
-  for (int r = 0; r < repetitions; ++r) {
-    const auto start = Clock::now();
-    f();
-    best = std::min(best, std::chrono::duration<double>(Clock::now() - start).count());
-  }
-  return best;
 }
 
 }  // namespace

@@ -9,25 +9,14 @@
 #include <parquet/arrow/reader.h>
 #include <parquet/arrow/writer.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <filesystem>
 
+#include "Timing.hpp"
+
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-template <typename F>
-double bestSeconds(int repetitions, F&& f) {
-  double best = 1e300;
-  for (int r = 0; r < repetitions; ++r) {
-    const auto start = Clock::now();
-    f();
-    best = std::min(best, std::chrono::duration<double>(Clock::now() - start).count());
-  }
-  return best;
-}
+using ovbench::bestSeconds;
 
 std::shared_ptr<arrow::Table> numericTable(int64_t rows) {
   arrow::FieldVector fields;

@@ -10,26 +10,15 @@
 #include <arrow/table.h>
 #include <parquet/arrow/writer.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <filesystem>
 
+#include "Timing.hpp"
+
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using ovbench::bestSeconds;
 using orvane::ustring;
-
-template <typename F>
-double bestSeconds(int repetitions, F&& f) {
-  double best = 1e300;
-  for (int r = 0; r < repetitions; ++r) {
-    const auto start = Clock::now();
-    f();
-    best = std::min(best, std::chrono::duration<double>(Clock::now() - start).count());
-  }
-  return best;
-}
 
 unique_ovarray_ptr table(std::vector<unique_ovarray_ptr> columns, std::vector<ustring> names) {
   return ovCreateTable(std::move(columns), names);
@@ -95,7 +84,9 @@ void run(const char* label, const ovArray* hostTable, const std::string& path) {
   auto arrowTable = orvane::io::arrow::core::to_arrow_table(hostTable).ValueOrDie();
   const double ours = bestSeconds(3, [&] { writeWithOurs(hostTable, path); });
   const double arrow = bestSeconds(3, [&] { writeWithArrow(*arrowTable, path); });
-  const double convert = bestSeconds(3, [&] { (void)orvane::io::arrow::core::to_arrow_table(hostTable).ValueOrDie(); });
+  const double convert = bestSeconds(3, [&] {
+    (void)orvane::io::arrow::core::to_arrow_table(hostTable, orvane::io::arrow::core::HostMemory::Borrow).ValueOrDie();
+  });
   std::printf("%-8s ParquetWriter %8.1f ms   Arrow WriteTable %8.1f ms   (of ours: conversion %6.1f ms)   "
               "ratio %.2fx\n",
               label, ours * 1e3, arrow * 1e3, convert * 1e3, ours / arrow);

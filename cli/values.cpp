@@ -11,32 +11,6 @@
 namespace ovparquet::cli {
 namespace {
 
-constexpr std::int64_t kTicksPerSecond[] = {1, 1000, 1000000, 1000000000};
-constexpr int kFractionDigits[] = {0, 3, 6, 9};
-
-std::int64_t floorDiv(std::int64_t a, std::int64_t b) {
-  const std::int64_t q = a / b;
-  return (a % b != 0 && ((a < 0) != (b < 0))) ? q - 1 : q;
-}
-
-// Proleptic Gregorian date of a day count from 1970-01-01.
-std::string dateText(std::int64_t days) {
-  const std::int64_t z = days + 719468;
-  const std::int64_t era = floorDiv(z, 146097);
-  const std::int64_t doe = z - era * 146097;
-  const std::int64_t yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-  const std::int64_t doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-  const std::int64_t mp = (5 * doy + 2) / 153;
-  const std::int64_t day = doy - (153 * mp + 2) / 5 + 1;
-  const std::int64_t month = mp < 10 ? mp + 3 : mp - 9;
-  const std::int64_t year = yoe + era * 400 + (month <= 2 ? 1 : 0);
-  char buffer[96];
-  std::snprintf(buffer, sizeof buffer, "%s%04lld-%02lld-%02lld", year < 0 ? "-" : "",
-                static_cast<long long>(year < 0 ? -year : year), static_cast<long long>(month),
-                static_cast<long long>(day));
-  return buffer;
-}
-
 template <typename T>
 std::string shortestText(T value) {
   if (std::isnan(value)) return "NaN";
@@ -87,48 +61,11 @@ std::string doubleText(double value) { return shortestText(value); }
 std::string floatText(float value) { return shortestText(value); }
 
 std::string datetimeText(std::int64_t ticks, ovTimeUnit unit, const std::optional<std::string>& zone) {
-  std::string text;
-  if (unit == ovTimeUnit::Day) {
-    if (ticks > (std::int64_t{1} << 50) || ticks < -(std::int64_t{1} << 50)) return "<out of range>";
-    text = dateText(ticks);
-  } else {
-    const auto u = static_cast<std::size_t>(unit);
-    const std::int64_t perSecond = kTicksPerSecond[u];
-    const std::int64_t seconds = floorDiv(ticks, perSecond);
-    const std::int64_t fraction = ticks - seconds * perSecond;
-    const std::int64_t days = floorDiv(seconds, 86400);
-    const std::int64_t secondOfDay = seconds - days * 86400;
-    char clock[96];
-    std::snprintf(clock, sizeof clock, "T%02lld:%02lld:%02lld", static_cast<long long>(secondOfDay / 3600),
-                  static_cast<long long>(secondOfDay / 60 % 60), static_cast<long long>(secondOfDay % 60));
-    text = dateText(days) + clock;
-    if (kFractionDigits[u] > 0) {
-      char digits[32];
-      std::snprintf(digits, sizeof digits, ".%0*lld", kFractionDigits[u], static_cast<long long>(fraction));
-      text += digits;
-    }
-    // A zoned time stamp is an instant: shown in UTC, as RFC 3339 writes it.
-    if (zone) text += 'Z';
-  }
-  return text;
+  // A zoned time stamp is an instant: shown in UTC, as RFC 3339 writes it.
+  return ovDatetimeText(ticks, unit, zone, /*zoneName=*/false);
 }
 
-std::string durationText(std::int64_t ticks, ovTimeUnit unit) {
-  const auto u = static_cast<std::size_t>(unit);
-  const auto perSecond = static_cast<std::uint64_t>(kTicksPerSecond[u]);
-  const std::uint64_t magnitude =
-      ticks < 0 ? std::uint64_t{0} - static_cast<std::uint64_t>(ticks) : static_cast<std::uint64_t>(ticks);
-  std::string text = ticks < 0 ? "-" : "";
-  text += std::to_string(magnitude / perSecond);
-  if (const std::uint64_t fraction = magnitude % perSecond; fraction != 0) {
-    char digits[32];
-    std::snprintf(digits, sizeof digits, "%0*llu", kFractionDigits[u], static_cast<unsigned long long>(fraction));
-    std::string f = digits;
-    f.erase(f.find_last_not_of('0') + 1);
-    text += "." + f;
-  }
-  return text + "s";
-}
+std::string durationText(std::int64_t ticks, ovTimeUnit unit) { return ovDurationText(ticks, unit); }
 
 bool isMissingValue(const ovArray* column, std::size_t row) {
   if (ovIsTable(column)) return false;

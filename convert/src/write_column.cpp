@@ -198,7 +198,7 @@ std::shared_ptr<::arrow::ArrayData> writeColumn(Pieces pieces, std::int64_t rows
     case ovClassID::UInt32:
     case ovClassID::Int64:
     case ovClassID::UInt64:
-      return writeNumeric(pieces, rows);
+      return writeNumeric(pieces, rows, context);
     case ovClassID::Logical:
       return writeLogical(pieces, rows);
     case ovClassID::String:
@@ -263,8 +263,8 @@ namespace {
 // `name` is the variable's name; a lone array has none and is called
 // "column" in messages.
 std::shared_ptr<::arrow::ArrayData> writeVariable(const ovArray* column, const std::string& name,
-                                                  std::size_t rows) {
-  WriteContext context(name);
+                                                  std::size_t rows, bool borrowHostData) {
+  WriteContext context(name, borrowHostData);
   const std::string path = name.empty() ? std::string("column") : name;
   return writeColumn(Pieces(&column, 1), static_cast<std::int64_t>(rows), path, context);
 }
@@ -272,7 +272,7 @@ std::shared_ptr<::arrow::ArrayData> writeVariable(const ovArray* column, const s
 }  // namespace
 }  // namespace detail
 
-::arrow::Result<std::shared_ptr<::arrow::Table>> to_arrow_table(const ovArray* table) {
+::arrow::Result<std::shared_ptr<::arrow::Table>> to_arrow_table(const ovArray* table, HostMemory memory) {
   return detail::guarded([&]() -> std::shared_ptr<::arrow::Table> {
     if (table == nullptr) {
       throw detail::ConversionError(::arrow::Status::Invalid("No host table to convert"));
@@ -296,7 +296,7 @@ std::shared_ptr<::arrow::ArrayData> writeVariable(const ovArray* column, const s
             ::arrow::StatusCode::Invalid, name,
             "Variable name " + std::to_string(v + 1) + " ('" + name + "') is not valid UTF-16"));
       }
-      auto data = detail::writeVariable(ovTableColumn(table, v), name, rows);
+      auto data = detail::writeVariable(ovTableColumn(table, v), name, rows, memory == HostMemory::Borrow);
       fields.push_back(::arrow::field(name, data->type));
       columns.push_back(::arrow::MakeArray(data));
     }
@@ -312,7 +312,7 @@ std::shared_ptr<::arrow::ArrayData> writeVariable(const ovArray* column, const s
     }
     detail::WriteContext context("");
     const std::size_t rows = detail::pieceHeight(column, "column", context);
-    return ::arrow::MakeArray(detail::writeVariable(column, "", rows));
+    return ::arrow::MakeArray(detail::writeVariable(column, "", rows, false));
   });
 }
 

@@ -1,5 +1,6 @@
 // Numeric, logical, datetime and duration variables: one copy of the host's
-// element buffers into an Arrow value buffer.
+// element buffers into an Arrow value buffer, or none when the caller lets
+// Arrow borrow the host's memory.
 #include "common.hpp"
 #include "write_internal.hpp"
 
@@ -17,13 +18,23 @@ namespace {
 
 template <typename T>
 std::shared_ptr<::arrow::ArrayData> writePrimitive(Pieces pieces, std::int64_t rows,
-                                                   std::shared_ptr<::arrow::DataType> type) {
-  auto values = allocate(rows * static_cast<std::int64_t>(sizeof(T)));
-  auto* out = values->mutable_data();
-  for (const ovArray* piece : pieces) {
-    const std::size_t bytes = ovGetNumberOfElements(piece) * sizeof(T);
-    if (bytes != 0) std::memcpy(out, ovGetData(piece), bytes);
-    out += bytes;
+                                                   std::shared_ptr<::arrow::DataType> type,
+                                                   const WriteContext& context) {
+  std::shared_ptr<::arrow::Buffer> values;
+  if (context.borrowHostData() && pieces.size() == 1) {
+    // One piece: Arrow reads the host's buffer in place (the caller keeps
+    // the host array alive while the Arrow data is used).
+    values = std::make_shared<::arrow::Buffer>(static_cast<const std::uint8_t*>(ovGetData(pieces.front())),
+                                               rows * static_cast<std::int64_t>(sizeof(T)));
+  } else {
+    auto owned = allocate(rows * static_cast<std::int64_t>(sizeof(T)));
+    auto* out = owned->mutable_data();
+    for (const ovArray* piece : pieces) {
+      const std::size_t bytes = ovGetNumberOfElements(piece) * sizeof(T);
+      if (bytes != 0) std::memcpy(out, ovGetData(piece), bytes);
+      out += bytes;
+    }
+    values = std::move(owned);
   }
   std::int64_t nullCount = 0;
   auto validity = validityOf(pieces, rows, &nullCount);
@@ -78,28 +89,28 @@ std::shared_ptr<::arrow::ArrayData> writeDays(Pieces pieces, std::int64_t rows,
 
 }  // namespace
 
-std::shared_ptr<::arrow::ArrayData> writeNumeric(Pieces pieces, std::int64_t rows) {
+std::shared_ptr<::arrow::ArrayData> writeNumeric(Pieces pieces, std::int64_t rows, const WriteContext& context) {
   switch (ovGetClassID(pieces.front())) {
     case ovClassID::Double:
-      return writePrimitive<double>(pieces, rows, ::arrow::float64());
+      return writePrimitive<double>(pieces, rows, ::arrow::float64(), context);
     case ovClassID::Single:
-      return writePrimitive<float>(pieces, rows, ::arrow::float32());
+      return writePrimitive<float>(pieces, rows, ::arrow::float32(), context);
     case ovClassID::Int8:
-      return writePrimitive<std::int8_t>(pieces, rows, ::arrow::int8());
+      return writePrimitive<std::int8_t>(pieces, rows, ::arrow::int8(), context);
     case ovClassID::UInt8:
-      return writePrimitive<std::uint8_t>(pieces, rows, ::arrow::uint8());
+      return writePrimitive<std::uint8_t>(pieces, rows, ::arrow::uint8(), context);
     case ovClassID::Int16:
-      return writePrimitive<std::int16_t>(pieces, rows, ::arrow::int16());
+      return writePrimitive<std::int16_t>(pieces, rows, ::arrow::int16(), context);
     case ovClassID::UInt16:
-      return writePrimitive<std::uint16_t>(pieces, rows, ::arrow::uint16());
+      return writePrimitive<std::uint16_t>(pieces, rows, ::arrow::uint16(), context);
     case ovClassID::Int32:
-      return writePrimitive<std::int32_t>(pieces, rows, ::arrow::int32());
+      return writePrimitive<std::int32_t>(pieces, rows, ::arrow::int32(), context);
     case ovClassID::UInt32:
-      return writePrimitive<std::uint32_t>(pieces, rows, ::arrow::uint32());
+      return writePrimitive<std::uint32_t>(pieces, rows, ::arrow::uint32(), context);
     case ovClassID::Int64:
-      return writePrimitive<std::int64_t>(pieces, rows, ::arrow::int64());
+      return writePrimitive<std::int64_t>(pieces, rows, ::arrow::int64(), context);
     case ovClassID::UInt64:
-      return writePrimitive<std::uint64_t>(pieces, rows, ::arrow::uint64());
+      return writePrimitive<std::uint64_t>(pieces, rows, ::arrow::uint64(), context);
     default:
       throw std::logic_error("writeNumeric: not a numeric class");
   }
@@ -137,7 +148,7 @@ std::shared_ptr<::arrow::ArrayData> writeDatetime(Pieces pieces, std::int64_t ro
   }
   if (unit == ovTimeUnit::Day) return writeDays(pieces, rows, path, context);
   return writePrimitive<std::int64_t>(pieces, rows,
-                                      ::arrow::timestamp(arrowUnit(unit), zone.value_or("")));
+                                      ::arrow::timestamp(arrowUnit(unit), zone.value_or("")), context);
 }
 
 std::shared_ptr<::arrow::ArrayData> writeDuration(Pieces pieces, std::int64_t rows,
@@ -150,7 +161,7 @@ std::shared_ptr<::arrow::ArrayData> writeDuration(Pieces pieces, std::int64_t ro
                    "mixes durations of different units; the elements of a cell must share one");
     }
   }
-  return writePrimitive<std::int64_t>(pieces, rows, ::arrow::duration(arrowUnit(unit)));
+  return writePrimitive<std::int64_t>(pieces, rows, ::arrow::duration(arrowUnit(unit)), context);
 }
 
 }  // namespace orvane::io::arrow::core::detail

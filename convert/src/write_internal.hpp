@@ -25,8 +25,11 @@ using Pieces = std::span<const ovArray* const>;
 // The conversion of one top-level variable.
 class WriteContext {
  public:
-  explicit WriteContext(std::string column) : mColumn(std::move(column)) {}
+  explicit WriteContext(std::string column, bool borrowHostData = false)
+      : mColumn(std::move(column)), mBorrowHostData(borrowHostData) {}
   const std::string& column() const noexcept { return mColumn; }
+  // Whether Arrow buffers may point into the host arrays' own memory.
+  bool borrowHostData() const noexcept { return mBorrowHostData; }
 
   // Raises a failed status of `code` whose message starts with the path of
   // the variable concerned ("Variable 'a.b': ...").
@@ -35,6 +38,7 @@ class WriteContext {
 
  private:
   std::string mColumn;
+  bool mBorrowHostData;
 };
 
 // Rows of one piece: its height as a variable (a host table's rows, or N of an
@@ -51,7 +55,7 @@ std::shared_ptr<::arrow::ArrayData> writeColumn(Pieces pieces, std::int64_t rows
 
 // One converter per family of classes; the pieces are checked to agree in
 // class before they are called.
-std::shared_ptr<::arrow::ArrayData> writeNumeric(Pieces pieces, std::int64_t rows);
+std::shared_ptr<::arrow::ArrayData> writeNumeric(Pieces pieces, std::int64_t rows, const WriteContext& context);
 std::shared_ptr<::arrow::ArrayData> writeLogical(Pieces pieces, std::int64_t rows);
 std::shared_ptr<::arrow::ArrayData> writeDatetime(Pieces pieces, std::int64_t rows,
                                                   const std::string& path,

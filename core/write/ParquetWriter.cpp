@@ -152,7 +152,9 @@ void ParquetWriter::validateWriteDimensons(const ovArray* table) {
 
 std::shared_ptr<::arrow::Table> ParquetWriter::buildArrowTable(const ovArray* table) {
   OVPARQUET_TRACE();
-  auto converted = orvane::io::arrow::core::to_arrow_table(table);
+  // The Arrow table lives only within this write, so it may read the host
+  // table's memory in place.
+  auto converted = orvane::io::arrow::core::to_arrow_table(table, orvane::io::arrow::core::HostMemory::Borrow);
   common::throwWriteExceptIfNotOk(converted.status(), mFilename);
   return std::move(converted).ValueUnsafe();
 }

@@ -114,7 +114,7 @@ std::string dateText(std::int64_t days) {
 }
 
 std::string datetimeText(std::int64_t ticks, ovTimeUnit unit,
-                         const std::optional<std::string>& zone) {
+                         const std::optional<std::string>& zone, bool zoneName = true) {
   std::string text;
   if (unit == ovTimeUnit::Day) {
     // Day counts this large are past any calendar worth printing.
@@ -141,7 +141,7 @@ std::string datetimeText(std::int64_t ticks, ovTimeUnit unit,
     }
     if (zone) text += 'Z';
   }
-  if (zone) text += "[" + *zone + "]";
+  if (zone && zoneName) text += "[" + *zone + "]";
   return text;
 }
 
@@ -457,6 +457,13 @@ class Renderer {
 };
 
 }  // namespace
+
+std::string ovDatetimeText(std::int64_t ticks, ovTimeUnit unit, const std::optional<std::string>& zone,
+                           bool zoneName) {
+  return datetimeText(ticks, unit, zone, zoneName);
+}
+
+std::string ovDurationText(std::int64_t ticks, ovTimeUnit unit) { return durationText(ticks, unit); }
 
 std::string ovArrayToText(const ovArray* array, const ovTextOptions& options) {
   if (array == nullptr) return "<null>";

@@ -334,3 +334,29 @@ TEST(WriteMalformed, BadValues) {
 
 }  // namespace
 }  // namespace convert_test
+
+namespace convert_test {
+namespace {
+
+// Borrowing shares the host's value buffers; copying never does.
+TEST(Write, BorrowedHostMemoryIsReadInPlace) {
+  std::vector<unique_ovarray_ptr> columns;
+  columns.push_back(ovCreateNumericArrayFromVector<double>({4, 1}, std::vector<double>{1, 2, 3, 4}));
+  columns.push_back(ovCreateDurationArray({4, 1}, ovTimeUnit::Milli, std::vector<std::int64_t>{5, 6, 7, 8}));
+  ovSetMissing(columns[0].get(), 2);
+  auto table = ovCreateTable(std::move(columns), {u"x", u"span"});
+  const auto* hostValues = ovGetData(ovTableColumn(table.get(), 0));
+  const auto* hostTicks = ovGetData(ovTableColumn(table.get(), 1));
+
+  auto borrowed = to_arrow_table(table.get(), orvane::io::arrow::core::HostMemory::Borrow).ValueOrDie();
+  EXPECT_EQ(borrowed->column(0)->chunk(0)->data()->buffers[1]->data(), hostValues);
+  EXPECT_EQ(borrowed->column(1)->chunk(0)->data()->buffers[1]->data(), hostTicks);
+  EXPECT_EQ(borrowed->column(0)->null_count(), 1);
+
+  auto copied = to_arrow_table(table.get()).ValueOrDie();
+  EXPECT_NE(copied->column(0)->chunk(0)->data()->buffers[1]->data(), hostValues);
+  EXPECT_TRUE(copied->Equals(*borrowed));
+}
+
+}  // namespace
+}  // namespace convert_test

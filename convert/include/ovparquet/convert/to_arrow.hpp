@@ -61,7 +61,15 @@ namespace orvane::io::arrow::core {
 // elements of different classes (Invalid); classes without an Arrow type
 // (char, complex numbers, structs that are not host tables) (TypeError);
 // texts or lists too long for 32-bit offsets (CapacityError).
-::arrow::Result<std::shared_ptr<::arrow::Table>> to_arrow_table(const ovArray* table);
+// Whether the Arrow table may read the host arrays' memory in place. With
+// Borrow, numeric, datetime and duration variables share the host's value
+// buffer (missing values still get a validity bitmap of their own), so
+// the host table must outlive the Arrow table (a writer that converts,
+// writes and drops the table within one call can use it).
+enum class HostMemory { Copy, Borrow };
+
+::arrow::Result<std::shared_ptr<::arrow::Table>> to_arrow_table(const ovArray* table,
+                                                               HostMemory memory = HostMemory::Copy);
 
 // Converts one variable (an N-by-1 array or a nested host table) to an Arrow
 // array of its canonical type, as above.

@@ -49,6 +49,13 @@ struct ovTextOptions {
 
 // The rendering described above; "<null>" for a null pointer.
 std::string ovArrayToText(const ovArray* array, const ovTextOptions& options = {});
+// One datetime element as ISO 8601 in its unit ("2024-01-02T03:04:05.250";
+// days as "2024-01-02"); a zoned one ends in "Z" (the instant in UTC),
+// followed by "[zone]" when `zoneName`.
+std::string ovDatetimeText(std::int64_t ticks, ovTimeUnit unit, const std::optional<std::string>& zone,
+                           bool zoneName = true);
+// One duration element in seconds, exactly ("1.5s", "-0.000000001s").
+std::string ovDurationText(std::int64_t ticks, ovTimeUnit unit);
 // The one-line inline form of any array (tables included, as records).
 std::string ovArrayToInlineText(const ovArray* array, const ovTextOptions& options = {});
 
