@@ -18,36 +18,6 @@ using orvane::io::arrow::core::to_orvane;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-unique_ovarray_ptr datetimes(ovTimeUnit unit, std::optional<std::string> zone,
-                             std::vector<std::int64_t> ticks,
-                             std::initializer_list<std::size_t> missing = {}) {
-  const std::size_t rows = ticks.size();
-  auto array = ovCreateDatetimeArray(ovDims{rows, 1}, unit, std::move(zone), std::move(ticks));
-  for (std::size_t i : missing) ovSetMissing(array.get(), i);
-  return array;
-}
-
-unique_ovarray_ptr durations(ovTimeUnit unit, std::vector<std::int64_t> ticks,
-                             std::initializer_list<std::size_t> missing = {}) {
-  const std::size_t rows = ticks.size();
-  auto array = ovCreateDurationArray(ovDims{rows, 1}, unit, std::move(ticks));
-  for (std::size_t i : missing) ovSetMissing(array.get(), i);
-  return array;
-}
-
-unique_ovarray_ptr categorical(const std::vector<orvane::ustring>& categories,
-                               std::vector<std::int32_t> codes, bool ordered = false) {
-  const std::size_t rows = codes.size();
-  std::vector<std::size_t> missing;
-  for (std::size_t i = 0; i < rows; ++i) {
-    if (codes[i] < 0) missing.push_back(i);
-  }
-  auto array = ovCreateCategoricalArray(ovDims{rows, 1}, ovCreateStringColumn(categories),
-                                        std::move(codes), ordered);
-  for (std::size_t i : missing) ovSetMissing(array.get(), i);
-  return array;
-}
-
 unique_ovarray_ptr bytes(std::vector<std::uint8_t> values) {
   return numeric<std::uint8_t>(std::move(values));
 }

@@ -70,6 +70,38 @@ inline unique_ovarray_ptr readArray(std::shared_ptr<::arrow::Array> array) {
 
 // Host columns with the given elements; `missing` lists 0-based indices that
 // are marked missing (with the conventional value written under the mask).
+// Flat host columns of the temporal and categorical classes; `missing`
+// lists the rows to mark missing (for categoricals: negative codes).
+inline unique_ovarray_ptr datetimes(ovTimeUnit unit, std::optional<std::string> zone,
+                             std::vector<std::int64_t> ticks,
+                             std::initializer_list<std::size_t> missing = {}) {
+  const std::size_t rows = ticks.size();
+  auto array = ovCreateDatetimeArray(ovDims{rows, 1}, unit, std::move(zone), std::move(ticks));
+  for (std::size_t i : missing) ovSetMissing(array.get(), i);
+  return array;
+}
+
+inline unique_ovarray_ptr durations(ovTimeUnit unit, std::vector<std::int64_t> ticks,
+                             std::initializer_list<std::size_t> missing = {}) {
+  const std::size_t rows = ticks.size();
+  auto array = ovCreateDurationArray(ovDims{rows, 1}, unit, std::move(ticks));
+  for (std::size_t i : missing) ovSetMissing(array.get(), i);
+  return array;
+}
+
+inline unique_ovarray_ptr categorical(const std::vector<orvane::ustring>& categories,
+                               std::vector<std::int32_t> codes, bool ordered = false) {
+  const std::size_t rows = codes.size();
+  std::vector<std::size_t> missing;
+  for (std::size_t i = 0; i < rows; ++i) {
+    if (codes[i] < 0) missing.push_back(i);
+  }
+  auto array = ovCreateCategoricalArray(ovDims{rows, 1}, ovCreateStringColumn(categories),
+                                        std::move(codes), ordered);
+  for (std::size_t i : missing) ovSetMissing(array.get(), i);
+  return array;
+}
+
 template <typename T>
 unique_ovarray_ptr numeric(std::vector<T> values, std::initializer_list<std::size_t> missing = {}) {
   const std::size_t rows = values.size();

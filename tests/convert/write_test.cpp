@@ -45,28 +45,6 @@ std::shared_ptr<a::Array> writeOne(unique_ovarray_ptr column) {
 #define EXPECT_WRITES(host, type, json) \
   EXPECT_TRUE(arrowEqual(writeOne(host), fromJson((type), (json))))
 
-unique_ovarray_ptr datetimes(ovTimeUnit unit, std::optional<std::string> zone,
-                             std::vector<std::int64_t> ticks,
-                             std::initializer_list<std::size_t> missing = {}) {
-  const std::size_t rows = ticks.size();
-  auto array = ovCreateDatetimeArray(ovDims{rows, 1}, unit, std::move(zone), std::move(ticks));
-  for (std::size_t i : missing) ovSetMissing(array.get(), i);
-  return array;
-}
-
-unique_ovarray_ptr categorical(const std::vector<orvane::ustring>& categories,
-                               std::vector<std::int32_t> codes, bool ordered = false) {
-  const std::size_t rows = codes.size();
-  std::vector<std::size_t> missing;
-  for (std::size_t i = 0; i < rows; ++i) {
-    if (codes[i] < 0) missing.push_back(i);
-  }
-  auto array = ovCreateCategoricalArray(ovDims{rows, 1}, ovCreateStringColumn(categories),
-                                        std::move(codes), ordered);
-  for (std::size_t i : missing) ovSetMissing(array.get(), i);
-  return array;
-}
-
 TEST(Write, LogicalAndNumericClasses) {
   EXPECT_WRITES(logical({1, 0, 1}, {2}), a::boolean(), "[true, false, null]");
   EXPECT_WRITES(numeric<std::int8_t>({-128, 127}), a::int8(), "[-128, 127]");

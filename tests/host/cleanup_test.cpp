@@ -2,6 +2,8 @@
 #include <ovparquet/host/stream.hpp>
 #include <ovparquet/host/ustring.hpp>
 
+#include "../support/Files.hpp"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -21,52 +23,11 @@
 namespace orvane::vfs {
 namespace {
 
-class TempDir {
- public:
-  TempDir() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "ovvfs-cleanup-XXXXXX").string();
-    if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
-    mPath = pattern;
-  }
-  ~TempDir() {
-    std::error_code ignored;
-    std::filesystem::remove_all(mPath, ignored);
-  }
-  const std::string& path() const { return mPath; }
-  std::string file(const std::string& name) const { return mPath + "/" + name; }
-
-  // The names in the directory, sorted, hidden ones included.
-  std::vector<std::string> entries() const {
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(mPath)) {
-      names.push_back(entry.path().filename().string());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-  }
-
- private:
-  std::string mPath;
-};
+using ovtest::TempDir;
 
 using Names = std::vector<std::string>;
 
-std::string pattern(std::size_t size, unsigned seed) {
-  std::string bytes(size, '\0');
-  std::mt19937 random(seed);
-  for (char& c : bytes) c = static_cast<char>(random());
-  return bytes;
-}
-
-void writeFile(const std::string& path, const std::string& content) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out.write(content.data(), static_cast<std::streamsize>(content.size()));
-}
-
-std::string readFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
+using ovtest::pattern;
 
 bool exists(const std::string& path) {
   struct stat st;
@@ -104,24 +65,24 @@ TEST_F(CleanupTest, CommitOnCloseShowsNothingUntilClosed) {
   EXPECT_FALSE(exists(target));
   EXPECT_EQ(mDir.entries().size(), 1u);  // the hidden temporary
   stream->fileHandle()->close();
-  EXPECT_EQ(readFile(target), content);
+  EXPECT_EQ(ovtest::readBytes(target), content);
   EXPECT_EQ(mDir.entries(), Names{"out.parquet"});
   // After the commit, cleanup leaves the file alone.
   guard.cleanup();
-  EXPECT_EQ(readFile(target), content);
+  EXPECT_EQ(ovtest::readBytes(target), content);
 }
 
 TEST_F(CleanupTest, OlderFileKeepsItsContentUntilClose) {
   const std::string target = mDir.file("out.parquet");
-  writeFile(target, "OLD CONTENT");
+  ovtest::writeBytes(target, "OLD CONTENT");
   ::chmod(target.c_str(), 0640);
   CleanupFile guard(OpenMode::Write, CleanupPolicy::CommitOnClose);
   auto stream = open(target, guard);
   EXPECT_EQ(stream->size(), 0);
   write(*stream, "new");
-  EXPECT_EQ(readFile(target), "OLD CONTENT");
+  EXPECT_EQ(ovtest::readBytes(target), "OLD CONTENT");
   stream->fileHandle()->close();
-  EXPECT_EQ(readFile(target), "new");
+  EXPECT_EQ(ovtest::readBytes(target), "new");
   EXPECT_EQ(mDir.entries(), Names{"out.parquet"});
   struct stat st;
   ASSERT_EQ(::stat(target.c_str(), &st), 0);
@@ -156,26 +117,26 @@ TEST_F(CleanupTest, CleanupBeforeCloseLeavesNothing) {
 
 TEST_F(CleanupTest, CleanupBeforeCloseLeavesTheOldFileUnchanged) {
   const std::string target = mDir.file("old.parquet");
-  writeFile(target, "OLD");
+  ovtest::writeBytes(target, "OLD");
   CleanupFile guard(OpenMode::Write, CleanupPolicy::CommitOnClose);
   auto stream = open(target, guard);
   write(*stream, "new content");
   guard.cleanup();
   stream->fileHandle()->close();
-  EXPECT_EQ(readFile(target), "OLD");
+  EXPECT_EQ(ovtest::readBytes(target), "OLD");
   EXPECT_EQ(mDir.entries(), Names{"old.parquet"});
 }
 
 TEST_F(CleanupTest, DestroyingStreamThenGuardWithoutCloseLeavesNothing) {
   const std::string target = mDir.file("dropped.parquet");
-  writeFile(target, "OLD");
+  ovtest::writeBytes(target, "OLD");
   {
     CleanupFile guard(OpenMode::Write, CleanupPolicy::CommitOnClose);
     auto stream = open(target, guard);
     write(*stream, "new content");
     stream.reset();
   }
-  EXPECT_EQ(readFile(target), "OLD");
+  EXPECT_EQ(ovtest::readBytes(target), "OLD");
   EXPECT_EQ(mDir.entries(), Names{"dropped.parquet"});
 }
 
@@ -199,22 +160,22 @@ TEST_F(CleanupTest, HandleOutlivingItsGuardStillCommitsOnClose) {
   std::unique_ptr<FileHandle> handle = stream->detachFileHandle();
   stream.reset();
   handle->close();
-  EXPECT_EQ(readFile(target), "content");
+  EXPECT_EQ(ovtest::readBytes(target), "content");
   EXPECT_EQ(mDir.entries(), Names{"late.parquet"});
 }
 
 TEST_F(CleanupTest, AppendCopiesTheOldContentFirst) {
   const std::string target = mDir.file("log.bin");
-  writeFile(target, "abc");
+  ovtest::writeBytes(target, "abc");
   CleanupFile guard(OpenMode::Append, CleanupPolicy::CommitOnClose);
   auto stream = open(target, guard);
   EXPECT_EQ(stream->size(), 3);
   EXPECT_EQ(stream->tellp(), 3);
   write(*stream, "def");
   EXPECT_EQ(stream->tellp(), 6);
-  EXPECT_EQ(readFile(target), "abc");
+  EXPECT_EQ(ovtest::readBytes(target), "abc");
   stream->fileHandle()->close();
-  EXPECT_EQ(readFile(target), "abcdef");
+  EXPECT_EQ(ovtest::readBytes(target), "abcdef");
   EXPECT_EQ(mDir.entries(), Names{"log.bin"});
 }
 
@@ -226,13 +187,13 @@ TEST_F(CleanupTest, AppendToMissingFileCreatesIt) {
   write(*stream, "xyz");
   EXPECT_FALSE(exists(target));
   stream->fileHandle()->close();
-  EXPECT_EQ(readFile(target), "xyz");
+  EXPECT_EQ(ovtest::readBytes(target), "xyz");
 }
 
 TEST_F(CleanupTest, ReadUpdateWorksOnACopy) {
   const std::string target = mDir.file("update.bin");
   const std::string content = pattern(200 * 1000, 5);
-  writeFile(target, content);
+  ovtest::writeBytes(target, content);
   CleanupFile guard(OpenMode::ReadUpdate, CleanupPolicy::CommitOnClose);
   auto stream = open(target, guard);
   EXPECT_EQ(stream->size(), static_cast<std::int64_t>(content.size()));
@@ -241,24 +202,24 @@ TEST_F(CleanupTest, ReadUpdateWorksOnACopy) {
   EXPECT_EQ(head, content.substr(0, 10));
   stream->seekp(100);
   write(*stream, "PATCH");
-  EXPECT_EQ(readFile(target), content);
+  EXPECT_EQ(ovtest::readBytes(target), content);
   stream->fileHandle()->close();
   std::string expected = content;
   expected.replace(100, 5, "PATCH");
-  EXPECT_EQ(readFile(target), expected);
+  EXPECT_EQ(ovtest::readBytes(target), expected);
 }
 
 TEST_F(CleanupTest, SymbolicLinkKeepsPointingAtTheReplacedFile) {
   const std::string real = mDir.file("real.parquet");
   const std::string link = mDir.file("link.parquet");
-  writeFile(real, "OLD");
+  ovtest::writeBytes(real, "OLD");
   std::filesystem::create_symlink(real, link);
   CleanupFile guard(OpenMode::Write, CleanupPolicy::CommitOnClose);
   auto stream = open(link, guard);
   write(*stream, "NEW");
   stream->fileHandle()->close();
   EXPECT_TRUE(std::filesystem::is_symlink(link));
-  EXPECT_EQ(readFile(real), "NEW");
+  EXPECT_EQ(ovtest::readBytes(real), "NEW");
   EXPECT_EQ(mDir.entries(), (Names{"link.parquet", "real.parquet"}));
 }
 
@@ -276,16 +237,16 @@ TEST_F(CleanupTest, KeepPolicyKeepsPartialOutput) {
     CleanupFile guard(OpenMode::Write, CleanupPolicy::Keep);
     auto stream = open(target, guard);
     stream->write("partial output", 14);
-    EXPECT_EQ(readFile(target), "");  // still buffered, but the file is there
+    EXPECT_EQ(ovtest::readBytes(target), "");  // still buffered, but the file is there
     guard.cleanup();
     stream.reset();
   }
-  EXPECT_EQ(readFile(target), "partial output");
+  EXPECT_EQ(ovtest::readBytes(target), "partial output");
 }
 
 TEST_F(CleanupTest, ReadModeIgnoresThePolicy) {
   const std::string target = mDir.file("input.parquet");
-  writeFile(target, "data");
+  ovtest::writeBytes(target, "data");
   CleanupFile guard(OpenMode::Read, CleanupPolicy::CommitOnClose);
   auto stream = open(target, guard);
   std::string text(4, '\0');
@@ -293,7 +254,7 @@ TEST_F(CleanupTest, ReadModeIgnoresThePolicy) {
   EXPECT_EQ(text, "data");
   guard.cleanup();
   stream->fileHandle()->close();
-  EXPECT_EQ(readFile(target), "data");
+  EXPECT_EQ(ovtest::readBytes(target), "data");
   EXPECT_EQ(mDir.entries(), Names{"input.parquet"});
 }
 
@@ -302,7 +263,7 @@ TEST_F(CleanupTest, ReadModeIgnoresThePolicy) {
 TEST_F(CleanupTest, KilledWriterLeavesTheOldFileIntact) {
   const std::string target = mDir.file("crash.parquet");
   const std::string old = pattern(1024 * 1024 + 17, 9);
-  writeFile(target, old);
+  ovtest::writeBytes(target, old);
 
   int ready[2];
   ASSERT_EQ(::pipe(ready), 0);
@@ -340,7 +301,7 @@ TEST_F(CleanupTest, KilledWriterLeavesTheOldFileIntact) {
   ASSERT_EQ(::waitpid(child, &status, 0), child);
   ASSERT_EQ(got, 1) << "the child did not start writing (exit status " << status << ")";
   EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
-  EXPECT_EQ(readFile(target), old);
+  EXPECT_EQ(ovtest::readBytes(target), old);
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 #include <ovparquet/host/stream.hpp>
 #include <ovparquet/host/ustring.hpp>
 
+#include "../support/Files.hpp"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -20,41 +22,9 @@ namespace {
 
 using testing::HasSubstr;
 
-// A fresh directory, removed with everything in it afterwards.
-class TempDir {
- public:
-  TempDir() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "ovvfs-stream-XXXXXX").string();
-    if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
-    mPath = pattern;
-  }
-  ~TempDir() {
-    std::error_code ignored;
-    std::filesystem::remove_all(mPath, ignored);
-  }
-  const std::string& path() const { return mPath; }
-  std::string file(const std::string& name) const { return mPath + "/" + name; }
+using ovtest::TempDir;
 
- private:
-  std::string mPath;
-};
-
-std::string pattern(std::size_t size, unsigned seed = 1) {
-  std::string bytes(size, '\0');
-  std::mt19937 random(seed);
-  for (char& c : bytes) c = static_cast<char>(random());
-  return bytes;
-}
-
-void writeFile(const std::string& path, const std::string& content) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out.write(content.data(), static_cast<std::streamsize>(content.size()));
-}
-
-std::string readFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
+using ovtest::pattern;
 
 template <typename F>
 std::pair<std::string, std::string> hostError(F&& f) {
@@ -89,7 +59,7 @@ class StreamTest : public testing::Test {
 TEST_F(StreamTest, ShortReadAtEndThenClearLeavesStreamUsable) {
   const std::string content = pattern(1000);
   const std::string path = mDir.file("data.bin");
-  writeFile(path, content);
+  ovtest::writeBytes(path, content);
   auto stream = open(path, OpenMode::Read, CleanupPolicy::Keep, true);
   EXPECT_EQ(stream->size(), 1000);
 
@@ -122,7 +92,7 @@ TEST_F(StreamTest, ShortReadAtEndThenClearLeavesStreamUsable) {
 
 TEST_F(StreamTest, ReadAtEndGivesNothing) {
   const std::string path = mDir.file("empty.bin");
-  writeFile(path, "");
+  ovtest::writeBytes(path, "");
   auto stream = open(path, OpenMode::Read);
   EXPECT_EQ(stream->size(), 0);
   char buffer[16];
@@ -138,7 +108,7 @@ TEST_F(StreamTest, ReadAtEndGivesNothing) {
 TEST_F(StreamTest, LargeReadsLandCorrectly) {
   const std::string content = pattern(5 * 1024 * 1024 + 123, 7);
   const std::string path = mDir.file("large.bin");
-  writeFile(path, content);
+  ovtest::writeBytes(path, content);
   auto stream = open(path, OpenMode::Read, CleanupPolicy::Keep, true);
   EXPECT_EQ(stream->size(), static_cast<std::int64_t>(content.size()));
 
@@ -158,7 +128,7 @@ TEST_F(StreamTest, LargeReadsLandCorrectly) {
 TEST_F(StreamTest, ScatteredSmallReadsMatchTheFile) {
   const std::string content = pattern(300 * 1000, 3);
   const std::string path = mDir.file("scattered.bin");
-  writeFile(path, content);
+  ovtest::writeBytes(path, content);
   auto stream = open(path, OpenMode::Read);
   std::mt19937 random(11);
   for (int i = 0; i < 2000; ++i) {
@@ -199,12 +169,12 @@ TEST_F(StreamTest, WritingWithSeekpAndTellp) {
 
   std::string expected = head + big + std::string(1000, 'z');
   expected.replace(10, 3, "XYZ");
-  EXPECT_EQ(readFile(path), expected);
+  EXPECT_EQ(ovtest::readBytes(path), expected);
 }
 
 TEST_F(StreamTest, SizeStaysAtOpeningSizeWhileAppending) {
   const std::string path = mDir.file("append.bin");
-  writeFile(path, std::string(50, 'a'));
+  ovtest::writeBytes(path, std::string(50, 'a'));
   auto stream = open(path, OpenMode::Append);
   EXPECT_EQ(stream->size(), 50);
   EXPECT_EQ(stream->tellp(), 50);
@@ -214,12 +184,12 @@ TEST_F(StreamTest, SizeStaysAtOpeningSizeWhileAppending) {
   stream->flush();
   EXPECT_EQ(stream->tellp(), 150);
   stream->fileHandle()->close();
-  EXPECT_EQ(readFile(path), std::string(50, 'a') + std::string(100, 'b'));
+  EXPECT_EQ(ovtest::readBytes(path), std::string(50, 'a') + std::string(100, 'b'));
 }
 
 TEST_F(StreamTest, ReadUpdateReadsAndOverwritesInPlace) {
   const std::string path = mDir.file("update.bin");
-  writeFile(path, "0123456789");
+  ovtest::writeBytes(path, "0123456789");
   auto stream = open(path, OpenMode::ReadUpdate);
   EXPECT_EQ(stream->size(), 10);
   EXPECT_EQ(read(*stream, 2, 3), "234");
@@ -230,18 +200,18 @@ TEST_F(StreamTest, ReadUpdateReadsAndOverwritesInPlace) {
   stream->seekp(0, std::ios::end);
   stream->write("!", 1);
   stream->fileHandle()->close();
-  EXPECT_EQ(readFile(path), "0123ab6789!");
+  EXPECT_EQ(ovtest::readBytes(path), "0123ab6789!");
 }
 
 TEST_F(StreamTest, ReadOnlyStreamRefusesWriting) {
   const std::string path = mDir.file("ro.bin");
-  writeFile(path, "abc");
+  ovtest::writeBytes(path, "abc");
   auto stream = open(path, OpenMode::Read);
   stream->write("x", 1);
   stream->flush();
   EXPECT_TRUE(stream->bad());
   stream->fileHandle()->close();
-  EXPECT_EQ(readFile(path), "abc");
+  EXPECT_EQ(ovtest::readBytes(path), "abc");
 }
 
 TEST_F(StreamTest, WriteOnlyStreamRefusesReading) {
@@ -255,7 +225,7 @@ TEST_F(StreamTest, WriteOnlyStreamRefusesReading) {
 
 TEST_F(StreamTest, LocalNamesAndFileIrisOpenTheSameFile) {
   const std::string path = mDir.file("a b#é.bin");
-  writeFile(path, "content");
+  ovtest::writeBytes(path, "content");
   auto byName = open(path, OpenMode::Read);
   EXPECT_EQ(byName->location().localPath(), path);
   auto byIri = open(ustring_to_utf8(byName->location().text()), OpenMode::Read);
@@ -292,7 +262,7 @@ TEST_F(StreamTest, DirectoryRaisesIsDirectory) {
 
 TEST_F(StreamTest, PathUnderARegularFileRaisesCannotOpenWithReason) {
   const std::string file = mDir.file("regular");
-  writeFile(file, "x");
+  ovtest::writeBytes(file, "x");
   const std::string path = file + "/out.parquet";
   for (const CleanupPolicy policy : {CleanupPolicy::Keep, CleanupPolicy::CommitOnClose}) {
     const auto error = hostError([&] { open(path, OpenMode::Write, policy); });
@@ -317,7 +287,7 @@ TEST_F(StreamTest, UnwritableDirectoryRaisesPermissionDenied) {
 
 TEST_F(StreamTest, WritingAPseudoFileFailsNamingIt) {
   if (!std::filesystem::exists("/proc/version")) GTEST_SKIP() << "no /proc";
-  const std::string before = readFile("/proc/version");
+  const std::string before = ovtest::readBytes("/proc/version");
   for (const CleanupPolicy policy : {CleanupPolicy::Keep, CleanupPolicy::CommitOnClose}) {
     const auto error = hostError([&] {
       auto stream = open("/proc/version", OpenMode::Write, policy);
@@ -328,7 +298,7 @@ TEST_F(StreamTest, WritingAPseudoFileFailsNamingIt) {
                                             "ORVANE:host:PermissionDenied"));
     EXPECT_THAT(error.second, HasSubstr("'/proc/version'"));
   }
-  EXPECT_EQ(readFile("/proc/version"), before);
+  EXPECT_EQ(ovtest::readBytes("/proc/version"), before);
 }
 
 TEST_F(StreamTest, FailedWriteIsReportedOnClose) {
@@ -351,7 +321,7 @@ TEST_F(StreamTest, FailedWriteIsReportedOnClose) {
 
 TEST_F(StreamTest, CloseDetachAndIsOpen) {
   const std::string path = mDir.file("handle.bin");
-  writeFile(path, "abc");
+  ovtest::writeBytes(path, "abc");
   auto stream = open(path, OpenMode::Read);
   ASSERT_NE(stream->fileHandle(), nullptr);
   EXPECT_TRUE(stream->fileHandle()->isOpen());
@@ -372,7 +342,7 @@ TEST_F(StreamTest, CloseDetachAndIsOpen) {
 
 TEST_F(StreamTest, ClosedHandleFailsReadsAndSeeks) {
   const std::string path = mDir.file("closed.bin");
-  writeFile(path, "abc");
+  ovtest::writeBytes(path, "abc");
   auto stream = open(path, OpenMode::Read);
   stream->fileHandle()->close();
   char c;
@@ -389,7 +359,7 @@ TEST_F(StreamTest, DestroyingAStreamWithAnOpenHandleKeepsOutput) {
     stream->write("partial", 7);
     EXPECT_NO_THROW(stream.reset());
   }
-  EXPECT_EQ(readFile(path), "partial");
+  EXPECT_EQ(ovtest::readBytes(path), "partial");
 }
 
 TEST_F(StreamTest, DestroyingAFailingStreamDoesNotThrow) {
@@ -401,7 +371,7 @@ TEST_F(StreamTest, DestroyingAFailingStreamDoesNotThrow) {
 
 TEST_F(StreamTest, DestroyingAStreamThatRaisesOnBadDoesNotThrow) {
   const std::string path = mDir.file("raising.bin");
-  writeFile(path, "abc");
+  ovtest::writeBytes(path, "abc");
   auto stream = open(path, OpenMode::Read);
   stream->exceptions(std::ios::badbit);
   EXPECT_NO_THROW(stream.reset());
@@ -409,7 +379,7 @@ TEST_F(StreamTest, DestroyingAStreamThatRaisesOnBadDoesNotThrow) {
 
 TEST_F(StreamTest, LocationIsAbsolute) {
   const std::string path = mDir.file("loc.bin");
-  writeFile(path, "x");
+  ovtest::writeBytes(path, "x");
   const auto saved = std::filesystem::current_path();
   std::filesystem::current_path(mDir.path());
   std::unique_ptr<BinaryStream> stream;

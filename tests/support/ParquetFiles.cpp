@@ -2,26 +2,9 @@
 
 #include <arrow/io/file.h>
 
-#include <atomic>
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
-#include <unistd.h>
 
 namespace ovtest {
-
-TempDir::TempDir() {
-  static std::atomic<int> counter{0};
-  mPath = std::filesystem::temp_directory_path() /
-          ("ovparquet-test-" + std::to_string(::getpid()) + "-" + std::to_string(counter++));
-  std::filesystem::remove_all(mPath);
-  std::filesystem::create_directories(mPath);
-}
-
-TempDir::~TempDir() {
-  std::error_code ignored;
-  std::filesystem::remove_all(mPath, ignored);
-}
 
 void check(const arrow::Status& status) {
   if (!status.ok()) throw std::runtime_error("test set-up failed: " + status.ToString());
@@ -57,19 +40,6 @@ std::shared_ptr<arrow::Table> makeSimpleTable(int64_t rows) {
   auto schema = arrow::schema({arrow::field("id", arrow::int64()), arrow::field("value", arrow::float64()),
                                arrow::field("name", arrow::utf8())});
   return arrow::Table::Make(schema, {check(ids.Finish()), check(values.Finish()), check(names.Finish())});
-}
-
-void writeBytes(const std::string& path, const std::string& bytes) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  if (!out) throw std::runtime_error("cannot write " + path);
-}
-
-std::string readBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream out;
-  out << in.rdbuf();
-  return out.str();
 }
 
 }  // namespace ovtest

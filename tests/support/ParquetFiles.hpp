@@ -2,6 +2,8 @@
 // Arrow's own writer.
 #pragma once
 
+#include "Files.hpp"
+
 #include <arrow/api.h>
 #include <parquet/arrow/writer.h>
 #include <parquet/properties.h>
@@ -11,20 +13,6 @@
 #include <string>
 
 namespace ovtest {
-
-// A fresh directory removed with everything in it when the object goes.
-class TempDir {
- public:
-  TempDir();
-  ~TempDir();
-  TempDir(const TempDir&) = delete;
-  TempDir& operator=(const TempDir&) = delete;
-  const std::filesystem::path& path() const { return mPath; }
-  std::string file(const std::string& name) const { return (mPath / name).string(); }
-
- private:
-  std::filesystem::path mPath;
-};
 
 // Writes `table` to `path` in row groups of at most `rowGroupLength` rows.
 void writeParquet(const std::string& path, const arrow::Table& table, int64_t rowGroupLength,
@@ -37,10 +25,6 @@ void writeParquetWithoutRowGroups(const std::string& path, const std::shared_ptr
 // A table of `rows` rows: "id" int64 0..rows-1, "value" double id*0.5 and
 // "name" string "row<id>".
 std::shared_ptr<arrow::Table> makeSimpleTable(int64_t rows);
-
-// Writes raw bytes to a file.
-void writeBytes(const std::string& path, const std::string& bytes);
-std::string readBytes(const std::string& path);
 
 // Dies with the status text when the status is not OK (test set-up only).
 void check(const arrow::Status& status);

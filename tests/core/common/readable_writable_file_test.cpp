@@ -12,11 +12,7 @@
 namespace orvane::io::parquet::core::common {
 namespace {
 
-std::string pattern(std::size_t size) {
-  std::string bytes(size, '\0');
-  for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>('a' + i % 26);
-  return bytes;
-}
+using ovtest::pattern;
 
 class ReadableWritableFileTest : public testing::Test {
  protected:
@@ -200,7 +196,7 @@ TEST_F(ReadableWritableFileTest, HostErrorsPassUnchanged) {
     EXPECT_NE(std::string(e.what()).find(missing), std::string::npos);
   }
   EXPECT_THROW(makeReadableFilePtr(u"nosuchscheme://x/y"), orvane::HostError);
-  EXPECT_THROW(makeReadableFilePtr(orvane::utf8_to_ustring(mDir.path().string())), orvane::HostError);
+  EXPECT_THROW(makeReadableFilePtr(orvane::utf8_to_ustring(mDir.path())), orvane::HostError);
 }
 
 TEST_F(ReadableWritableFileTest, OtherExceptionsBecomeInvalidRead) {

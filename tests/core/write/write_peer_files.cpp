@@ -5,6 +5,8 @@
 //   write_peer_files OUTPUT_DIR
 #include <ovparquet/core/write/ParquetWriter.hpp>
 
+#include "../../support/HostTables.hpp"
+
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -89,24 +91,14 @@ unique_ovarray_ptr listOfDoubles() {
   return cell;
 }
 
-unique_ovarray_ptr makeTable(std::vector<std::pair<ustring, unique_ovarray_ptr>> columns) {
-  std::vector<unique_ovarray_ptr> arrays;
-  std::vector<ustring> names;
-  for (auto& [name, column] : columns) {
-    names.push_back(name);
-    arrays.push_back(std::move(column));
-  }
-  return ovCreateTable(std::move(arrays), names);
-}
-
 // Row i: {x: int32 i, y: "p<i>"}.
 unique_ovarray_ptr point() {
-  std::vector<std::pair<ustring, unique_ovarray_ptr>> fields;
+  ovtest::NamedColumns fields;
   fields.emplace_back(u"x", numeric<int32_t>([](int64_t i) { return i; }, false));
   std::vector<ustring> labels;
   for (std::size_t i = 0; i < kRows; ++i) labels.push_back(orvane::utf8_to_ustring("p" + std::to_string(i)));
   fields.emplace_back(u"y", ovCreateStringColumn(labels));
-  return makeTable(std::move(fields));
+  return ovtest::hostTable(std::move(fields));
 }
 
 // Row i: a list of i % 3 records {k: j, v: i + j}.
@@ -120,16 +112,16 @@ unique_ovarray_ptr items() {
       k[j] = static_cast<int64_t>(j);
       v[j] = static_cast<double>(i + j);
     }
-    std::vector<std::pair<ustring, unique_ovarray_ptr>> fields;
+    ovtest::NamedColumns fields;
     fields.emplace_back(u"k", ovCreateNumericArrayFromVector<int64_t>({n, 1}, std::move(k)));
     fields.emplace_back(u"v", ovCreateNumericArrayFromVector<double>({n, 1}, std::move(v)));
-    ovReplaceCell(cell.get(), i, makeTable(std::move(fields)));
+    ovReplaceCell(cell.get(), i, ovtest::hostTable(std::move(fields)));
   }
   return cell;
 }
 
 void writeAllClasses(const std::string& path) {
-  std::vector<std::pair<ustring, unique_ovarray_ptr>> columns;
+  ovtest::NamedColumns columns;
   columns.emplace_back(u"flag", logical());
   columns.emplace_back(u"i8", numeric<int8_t>([](int64_t i) { return i % 100 - 50; }));
   columns.emplace_back(u"u8", numeric<uint8_t>([](int64_t i) { return i; }));
@@ -150,7 +142,7 @@ void writeAllClasses(const std::string& path) {
   columns.emplace_back(u"vals", listOfDoubles());
   columns.emplace_back(u"point", point());
   columns.emplace_back(u"items", items());
-  auto table = makeTable(std::move(columns));
+  auto table = ovtest::hostTable(std::move(columns));
   ParquetWriter writer(orvane::utf8_to_ustring(path));
   std::vector<ustring> names;
   for (std::size_t v = 0; v < ovTableNumVariables(table.get()); ++v) names.push_back(ovTableName(table.get(), v));
@@ -161,11 +153,11 @@ void writeAllClasses(const std::string& path) {
 
 // Per-variable codecs and dictionary settings, given through leaf paths.
 void writeCodecs(const std::string& path) {
-  std::vector<std::pair<ustring, unique_ovarray_ptr>> columns;
+  ovtest::NamedColumns columns;
   columns.emplace_back(u"a", numeric<double>([](int64_t i) { return static_cast<double>(i); }, false));
   columns.emplace_back(u"point", point());
   columns.emplace_back(u"vals", listOfDoubles());
-  auto table = makeTable(std::move(columns));
+  auto table = ovtest::hostTable(std::move(columns));
   ParquetWriter writer(orvane::utf8_to_ustring(path));
   writer.setVariableNames({u"a", u"point", u"vals"});
   writer.setLeafColumnPaths({0, 1, 3, 4}, {u"a", u"point.x", u"point.y", u"vals.list.element"});
@@ -177,9 +169,9 @@ void writeCodecs(const std::string& path) {
 
 // Explicit row-group heights, format version 1.0.
 void writeHeights(const std::string& path) {
-  std::vector<std::pair<ustring, unique_ovarray_ptr>> columns;
+  ovtest::NamedColumns columns;
   columns.emplace_back(u"a", numeric<double>([](int64_t i) { return static_cast<double>(i); }, false));
-  auto table = makeTable(std::move(columns));
+  auto table = ovtest::hostTable(std::move(columns));
   ParquetWriter writer(orvane::utf8_to_ustring(path));
   writer.setVariableNames({u"a"});
   writer.setVersion("1.0");

@@ -1,6 +1,8 @@
 #include <ovparquet/core/common/MessageException.hpp>
 #include <ovparquet/core/write/ParquetWriterOptions.hpp>
 
+#include "../../support/Messages.hpp"
+
 #include <gtest/gtest.h>
 #include <parquet/schema.h>
 
@@ -8,17 +10,7 @@ namespace orvane::io::parquet::core::write {
 namespace {
 
 using namespace ORVANE::parquetio::write;
-
-template <typename Tag, typename F>
-std::vector<orvane::MessageArgument> argumentsOf(F&& f) {
-  try {
-    f();
-  } catch (const common::MessageException<Tag>& e) {
-    return e.message().arguments;
-  }
-  ADD_FAILURE() << "expected " << Tag::key;
-  return {};
-}
+using ovtest::argumentsOf;
 
 std::vector<orvane::MessageArgument> args(std::string name, std::string value) {
   return {std::move(name), std::move(value)};

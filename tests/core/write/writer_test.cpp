@@ -2,6 +2,8 @@
 #include <ovparquet/core/write/ParquetWriter.hpp>
 #include <ovparquet/host/warning.hpp>
 
+#include "../../support/HostTables.hpp"
+#include "../../support/Messages.hpp"
 #include "../../support/ParquetFiles.hpp"
 
 #include <arrow/api.h>
@@ -16,20 +18,11 @@ namespace {
 
 using orvane::utf8_to_ustring;
 using namespace ORVANE::parquetio::write;
+using ovtest::argumentsOf;
 
 unique_ovarray_ptr doubles(std::vector<double> values) {
   const std::size_t n = values.size();
   return ovCreateNumericArrayFromVector<double>({n, 1}, std::move(values));
-}
-
-unique_ovarray_ptr table(std::vector<std::pair<ustring, unique_ovarray_ptr>> columns) {
-  std::vector<unique_ovarray_ptr> arrays;
-  std::vector<ustring> names;
-  for (auto& [name, column] : columns) {
-    names.push_back(name);
-    arrays.push_back(std::move(column));
-  }
-  return ovCreateTable(std::move(arrays), names);
 }
 
 unique_ovarray_ptr twoColumns(std::size_t rows, double base = 0) {
@@ -38,10 +31,10 @@ unique_ovarray_ptr twoColumns(std::size_t rows, double base = 0) {
     a.push_back(base + static_cast<double>(i));
     b.push_back(base + static_cast<double>(i) * 10);
   }
-  std::vector<std::pair<ustring, unique_ovarray_ptr>> columns;
+  ovtest::NamedColumns columns;
   columns.emplace_back(u"a", doubles(a));
   columns.emplace_back(u"b", doubles(b));
-  return table(std::move(columns));
+  return ovtest::hostTable(std::move(columns));
 }
 
 // A categorical column inside a list: a cell of categoricals.
@@ -66,17 +59,6 @@ std::shared_ptr<::arrow::Table> readBack(const std::string& path) {
   std::shared_ptr<::arrow::Table> out;
   ovtest::check(reader->ReadTable(&out));
   return out;
-}
-
-template <typename Tag, typename F>
-std::vector<orvane::MessageArgument> argumentsOf(F&& f) {
-  try {
-    f();
-  } catch (const common::MessageException<Tag>& e) {
-    return e.message().arguments;
-  }
-  ADD_FAILURE() << "expected " << Tag::key;
-  return {};
 }
 
 std::string invalidWriteReason(const std::function<void()>& f) {
@@ -185,10 +167,10 @@ TEST_F(WriterTest, EmptyHeightsSetUpTheWriterButWriteNothing) {
     auto heights = ovCreateNumericMatrix(0, 1, ovClassID::Double);
     writer.writeRowGroups(twoColumns(5).get(), heights.get());
     // The schema is kept: a different one is refused now.
-    std::vector<std::pair<ustring, unique_ovarray_ptr>> other;
+    ovtest::NamedColumns other;
     other.emplace_back(u"a", doubles({1}));
     other.emplace_back(u"c", doubles({1}));
-    EXPECT_EQ(invalidWriteReason([&] { writer.write(table(std::move(other)).get()); }),
+    EXPECT_EQ(invalidWriteReason([&] { writer.write(ovtest::hostTable(std::move(other)).get()); }),
               "Invalid: Inconsistent Schema");
     writer.close();
   }
@@ -203,10 +185,10 @@ TEST_F(WriterTest, LaterTablesNeedTheSameSchema) {
     writer.write(twoColumns(3).get());
     writer.write(twoColumns(2, 100).get());
     // Another type for "b" is refused, and the writer stays usable.
-    std::vector<std::pair<ustring, unique_ovarray_ptr>> columns;
+    ovtest::NamedColumns columns;
     columns.emplace_back(u"a", doubles({1}));
     columns.emplace_back(u"b", ovCreateStringColumn({u"text"}));
-    EXPECT_EQ(invalidWriteReason([&] { writer.write(table(std::move(columns)).get()); }),
+    EXPECT_EQ(invalidWriteReason([&] { writer.write(ovtest::hostTable(std::move(columns)).get()); }),
               "Invalid: Inconsistent Schema");
     writer.write(twoColumns(1, 200).get());
     writer.close();
@@ -220,9 +202,9 @@ TEST_F(WriterTest, SchemaMetadataDifferencesAreAccepted) {
   ParquetWriter writer(utf8_to_ustring(path("meta.parquet")));
   auto schema = ::arrow::schema({::arrow::field("a", ::arrow::float64())});
   writer.setVariableNames({u"a"});
-  std::vector<std::pair<ustring, unique_ovarray_ptr>> columns;
+  ovtest::NamedColumns columns;
   columns.emplace_back(u"a", doubles({1}));
-  writer.write(table(std::move(columns)).get());
+  writer.write(ovtest::hostTable(std::move(columns)).get());
   auto withMetadata = schema->WithMetadata(::arrow::key_value_metadata({"k"}, {"v"}));
   EXPECT_NO_THROW(writer.validateSchema(withMetadata, false));
   auto renamed = ::arrow::schema({::arrow::field("z", ::arrow::float64())});
@@ -259,10 +241,10 @@ TEST_F(WriterTest, AFailedWriteKeepsEarlierRowGroupsAndTheWriterUsable) {
     writer.setVariableNames({u"a", u"b"});
     writer.write(twoColumns(4).get());
     // A conversion error: a column that is not N-by-1.
-    std::vector<std::pair<ustring, unique_ovarray_ptr>> columns;
+    ovtest::NamedColumns columns;
     columns.emplace_back(u"a", doubles({1, 2}));
     columns.emplace_back(u"b", ovCreateNumericMatrix(2, 2, ovClassID::Double));
-    EXPECT_THROW(writer.write(table(std::move(columns)).get()), common::MessageException<InvalidWrite>);
+    EXPECT_THROW(writer.write(ovtest::hostTable(std::move(columns)).get()), common::MessageException<InvalidWrite>);
     writer.write(twoColumns(2, 50).get());
     writer.close();
   }
@@ -301,11 +283,11 @@ TEST_F(WriterTest, PerVariableCompressionThroughLeafPaths) {
 
 TEST_F(WriterTest, NestedDictionaryWarnings) {
   const auto makeTable = [] {
-    std::vector<std::pair<ustring, unique_ovarray_ptr>> columns;
+    ovtest::NamedColumns columns;
     columns.emplace_back(u"tags", listOfCategoricals(4));
     columns.emplace_back(u"kind", ovCreateCategoricalArray({4, 1}, ovCreateStringColumn({u"p", u"q"}),
                                                            std::vector<std::int32_t>{0, 1, 0, 1}));
-    return table(std::move(columns));
+    return ovtest::hostTable(std::move(columns));
   };
   {
     ParquetWriter writer(utf8_to_ustring(path("warn.parquet")));
