@@ -28,12 +28,6 @@ void appendUtf8(std::u16string_view units, std::string& out) {
   if (k < units.size()) orvane::append_utf16_replacing(units.substr(k), out);
 }
 
-bool isAscii(std::u16string_view units) {
-  char16_t seen = 0;
-  for (const char16_t unit : units) seen |= unit;
-  return seen < 0x80;
-}
-
 // The texts of all pieces (string arrays, or the categories of
 // categoricals) as one utf8 array; `missing` tells which elements are null.
 class Utf8Writer {
@@ -46,20 +40,28 @@ class Utf8Writer {
 
   void reserve(std::size_t bytes) { mData.reserve(bytes); }
 
-  // Appends every element of a string array.
+  // Appends every element of a string array. All-ASCII text (the common
+  // case) is narrowed in one vectorisable pass and keeps its offsets.
   void appendAll(const ovArray* strings) {
     const std::u16string_view text = ovGetStringBuffer(strings);
     const std::int64_t* offsets = ovGetStringOffsets(strings);
     const std::size_t count = ovGetNumberOfElements(strings);
-    if (isAscii(text)) {
-      const std::size_t base = mData.size();
-      appendUtf8(text, mData);
+    const std::size_t base = mData.size();
+    mData.resize(base + text.size());
+    char* dst = mData.data() + base;
+    char16_t seen = 0;
+    for (std::size_t k = 0; k < text.size(); ++k) {
+      seen |= text[k];
+      dst[k] = static_cast<char>(text[k]);
+    }
+    if (seen < 0x80) {
       check();
       for (std::size_t i = 0; i < count; ++i) {
         mOffsets.push_back(static_cast<std::int32_t>(base + static_cast<std::size_t>(offsets[i + 1])));
       }
       return;
     }
+    mData.resize(base);
     for (std::size_t i = 0; i < count; ++i) append(ovGetStringView(strings, i));
   }
 
