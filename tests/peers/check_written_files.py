@@ -1,4 +1,4 @@
-"""pyarrow, DuckDB and polars read the files ParquetWriter wrote
+"""pyarrow, DuckDB, polars and fastparquet read the files ParquetWriter wrote
 (write_peer_files) and see the values the row-number formulas give.
 
     check_written_files.py DIR
@@ -8,6 +8,8 @@ import os
 import sys
 
 import duckdb
+import fastparquet
+import numpy as np
 import polars as pl
 import pyarrow as pa
 import pyarrow.compute as pc
@@ -126,6 +128,26 @@ def check_polars(path, want):
         check("polars", name, got, values)
 
 
+def check_fastparquet(path, want):
+    flat = ["flag", "i8", "u8", "i16", "u16", "i32", "u32", "i64", "u64", "single", "double", "text", "cat",
+            "when", "whenz", "day", "span"]
+    df = fastparquet.ParquetFile(path).to_pandas(columns=flat)
+    for name in flat:
+        series = df[name]
+        missing = series.isna().to_numpy()
+        if name in ("when", "whenz", "day"):
+            # datetime64 of some unit -> ticks in the column's own unit
+            unit = {"when": "ms", "whenz": "us", "day": "D"}[name]
+            values = series.dt.tz_localize(None) if name == "whenz" and series.dt.tz is not None else series
+            ticks = values.to_numpy().astype(f"datetime64[{unit}]").astype(np.int64)
+            got = [None if m else int(t) for m, t in zip(missing, ticks)]
+        else:
+            got = [None if m else (v.item() if hasattr(v, "item") else v) for m, v in zip(missing, series.tolist())]
+            if name == "single":
+                got = [None if g is None else float(g) for g in got]
+        check("fastparquet", name, got, want[name])
+
+
 def check_metadata(directory):
     meta = pq.ParquetFile(os.path.join(directory, "codecs.parquet")).metadata
     chunks = {meta.row_group(0).column(j).path_in_schema: meta.row_group(0).column(j)
@@ -152,6 +174,7 @@ def main(directory):
     check_pyarrow(path, want)
     check_duckdb(path, want)
     check_polars(path, want)
+    check_fastparquet(path, want)
     check_metadata(directory)
     for line in failures:
         print(line)
