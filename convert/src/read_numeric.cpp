@@ -13,8 +13,9 @@
 namespace orvane::io::arrow::core::detail {
 namespace {
 
-// Below this many rows a copy is cheaper than sharing the Arrow buffer.
-constexpr std::size_t kShareMinRows = 64;
+// Sharing needs no allocation of its own, so even the few values of one list
+// row share the list's value buffer (a copy would allocate per row).
+constexpr std::size_t kShareMinRows = 1;
 
 template <typename T>
 const T* valuesOf(const Segment& segment) {
