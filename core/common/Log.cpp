@@ -48,38 +48,32 @@ std::string traceSignature(std::string_view pretty) {
   return text;
 }
 
-void ScopeTrace::enter() noexcept {
-  mUncaughtExceptions = std::uncaught_exceptions();
+void ScopeTrace::writeRecord(unsigned severity, bool throwing) noexcept {
   try {
     Logger& logger = mLogger();
-    auto record = logger.open_record(boost::log::keywords::severity = orvane::log::kScopeEntry);
-    if (record) {
-      boost::log::record_ostream stream(record);
-      stream << traceSignature(mSignature);
-      stream.flush();
-      logger.push_record(std::move(record));
-    }
+    auto record = logger.open_record(boost::log::keywords::severity = severity);
+    if (!record) return;
+    boost::log::record_ostream stream(record);
+    stream << traceSignature(mSignature);
+    if (throwing) stream << " [throw]";
+    stream.flush();
+    logger.push_record(std::move(record));
   } catch (...) {
-    // A failed trace record must not change what the function does.
+    // A trace record never changes what the function does, and a destructor
+    // never throws.
   }
+}
+
+void ScopeTrace::enter() noexcept {
+  mUncaughtExceptions = std::uncaught_exceptions();
+  writeRecord(orvane::log::kScopeEntry, false);
   orvane::log::increaseDepth();
 }
 
 void ScopeTrace::leave() noexcept {
   orvane::log::decreaseDepth();
-  try {
-    Logger& logger = mLogger();
-    auto record = logger.open_record(boost::log::keywords::severity = orvane::log::kScopeExit);
-    if (record) {
-      boost::log::record_ostream stream(record);
-      stream << traceSignature(mSignature);
-      if (std::uncaught_exceptions() > mUncaughtExceptions) stream << " [throw]";
-      stream.flush();
-      logger.push_record(std::move(record));
-    }
-  } catch (...) {
-    // A destructor never throws.
-  }
+  // Left by an exception when more are in flight than on entry.
+  writeRecord(orvane::log::kScopeExit, std::uncaught_exceptions() > mUncaughtExceptions);
 }
 
 }  // namespace orvane::io::parquet::core::common

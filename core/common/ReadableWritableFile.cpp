@@ -5,21 +5,10 @@
 #include <arrow/buffer.h>
 #include <arrow/memory_pool.h>
 
-#include <cctype>
 
 namespace orvane::io::parquet::core::common {
 namespace {
 constexpr const char* kTraceSource = "common/ReadableWritableFile";
-
-bool equalsIgnoringCase(const ustring& text, std::u16string_view lower) {
-  if (text.size() != lower.size()) return false;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    char16_t c = text[i];
-    if (c >= u'A' && c <= u'Z') c = static_cast<char16_t>(c - u'A' + u'a');
-    if (c != lower[i]) return false;
-  }
-  return true;
-}
 }  // namespace
 
 ReadableWritableFile::ReadableWritableFile(const ustring& filename, OpenMode mode, CleanupPolicy policy,
@@ -116,7 +105,8 @@ bool ReadableWritableFile::closed() const { return mStream->fileHandle() == null
 
 ustring ReadableWritableFile::GetFilename() {
   const orvane::vfs::Iri& location = mStream->location();
-  if (equalsIgnoringCase(location.scheme(), u"file")) return orvane::utf8_to_ustring(location.localPath());
+  // "file" in any letter case, compared unit by unit.
+  if (location.isLocal()) return orvane::utf8_to_ustring(location.localPath());
   return location.text();
 }
 

@@ -97,17 +97,19 @@ const std::vector<uint64_t> ParquetReader::getRowGroupOffsets() const {
 const VariableNames ParquetReader::getVariableNames() const {
   OVPARQUET_TRACE();
   if (!mFileReader) return {};
-  std::shared_ptr<::arrow::Schema> schema;
-  common::throwReadExceptIfNotOk(mFileReader->GetSchema(&schema), mFilename);
-  return info::getVariableNames(schema);
+  return info::getVariableNames(arrowSchema());
 }
 
 const VariableTypes ParquetReader::getVariableTypes() const {
   OVPARQUET_TRACE();
   if (!mFileReader) return {};
+  return info::getVariableTypes(arrowSchema());
+}
+
+std::shared_ptr<::arrow::Schema> ParquetReader::arrowSchema() const {
   std::shared_ptr<::arrow::Schema> schema;
   common::throwReadExceptIfNotOk(mFileReader->GetSchema(&schema), mFilename);
-  return info::getVariableTypes(schema);
+  return schema;
 }
 
 const ustring& ParquetReader::getFilename() const {
@@ -132,8 +134,7 @@ void ParquetReader::checkForRowGroupedNestedDictionary() const {
   OVPARQUET_TRACE();
   // One row group can hold any dictionary layout.
   if (getMetadata().num_row_groups() < 2) return;
-  std::shared_ptr<::arrow::Schema> schema;
-  common::throwReadExceptIfNotOk(mFileReader->GetSchema(&schema), mFilename);
+  const auto schema = arrowSchema();
   for (int index : mSelection.arrowFieldIndices()) {
     const auto& field = schema->field(index);
     throwIfNestedDictionary(field, 0, field->name(), index);

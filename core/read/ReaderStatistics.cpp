@@ -14,8 +14,7 @@ constexpr const char* kTraceSource = "read/ParquetReader";
 
 Statistics ParquetReader::getStatistics(const std::vector<int32_t>& variableIndices) const {
   OVPARQUET_TRACE();
-  std::shared_ptr<::arrow::Schema> schema;
-  common::throwReadExceptIfNotOk(mFileReader->GetSchema(&schema), mFilename);
+  std::shared_ptr<::arrow::Schema> schema = arrowSchema();
   std::shared_ptr<::parquet::FileMetaData> metadata = mFileReader->parquet_reader()->metadata();
   const ::parquet::arrow::SchemaManifest& manifest = mFileReader->manifest();
   return read_statistics(std::move(metadata), std::move(schema), manifest, variableIndices);

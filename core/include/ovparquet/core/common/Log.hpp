@@ -79,6 +79,7 @@ class ScopeTrace {
  private:
   void enter() noexcept;
   void leave() noexcept;
+  void writeRecord(unsigned severity, bool throwing) noexcept;
 
   Logger& (*mLogger)();
   const char* mSignature;

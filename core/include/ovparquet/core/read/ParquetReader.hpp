@@ -98,6 +98,9 @@ class ParquetReader {
                                const std::string& name, int index) const;
 
  protected:
+  // The file's Arrow schema; "InternalInvalidRead" when it cannot be read.
+  std::shared_ptr<::arrow::Schema> arrowSchema() const;
+
   ustring mFilename;
   std::unique_ptr<::parquet::arrow::FileReader> mFileReader;
   SelectedVariables mSelection;
