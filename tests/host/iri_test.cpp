@@ -4,6 +4,8 @@
 #include <ovparquet/host/ustring.hpp>
 
 #include <gmock/gmock.h>
+#include "../support/HostErrors.hpp"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -21,16 +23,7 @@ using testing::StartsWith;
 ustring u(const std::string& text) { return utf8_to_ustring(text); }
 std::string n(const ustring& text) { return ustring_to_utf8(text); }
 
-// The identifier and text of the host error `f` raises.
-template <typename F>
-std::pair<std::string, std::string> hostError(F&& f) {
-  try {
-    f();
-  } catch (const HostError& e) {
-    return {e.identifier(), e.what()};
-  }
-  return {"<no error>", ""};
-}
+using ovtest::hostError;
 
 std::string cwd() { return std::filesystem::current_path().string(); }
 

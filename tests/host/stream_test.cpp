@@ -3,6 +3,7 @@
 #include <ovparquet/host/ustring.hpp>
 
 #include "../support/Files.hpp"
+#include "../support/HostErrors.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -26,15 +27,7 @@ using ovtest::TempDir;
 
 using ovtest::pattern;
 
-template <typename F>
-std::pair<std::string, std::string> hostError(F&& f) {
-  try {
-    f();
-  } catch (const HostError& e) {
-    return {e.identifier(), e.what()};
-  }
-  return {"<no error>", ""};
-}
+using ovtest::hostError;
 
 class StreamTest : public testing::Test {
  protected:
