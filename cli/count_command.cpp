@@ -8,49 +8,47 @@
 #include <ovparquet/core/info/RowGroupQueries.hpp>
 #include <ovparquet/host/interrupt.hpp>
 #include <ovparquet/host/iri.hpp>
+#include <ovparquet/host/redact.hpp>
+#include <ovparquet/host/stream.hpp>
 #include <ovparquet/host/threads.hpp>
 
 #include <tbb/task_arena.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <iostream>
 
 namespace ovparquet::cli {
 namespace {
 
-namespace fs = std::filesystem;
 namespace info = orvane::io::parquet::core::info;
 
-bool hasScheme(const std::string& path) {
-  const auto colon = path.find(':');
-  if (colon == std::string::npos || colon < 2) return false;  // "C:" style or none
-  return std::all_of(path.begin(), path.begin() + static_cast<std::ptrdiff_t>(colon), [](char c) {
-    return std::isalnum(static_cast<unsigned char>(c)) || c == '+' || c == '-' || c == '.';
-  });
+// The last component of a path, or of an IRI without its query.
+std::string baseName(const std::string& name) {
+  const std::size_t scheme = name.find("://");
+  const std::string path = scheme == std::string::npos ? name : name.substr(0, name.find_first_of("?#", scheme));
+  return path.substr(path.rfind('/') + 1);
 }
 
-bool isParquetName(const fs::path& path) {
-  std::string ext = path.extension().string();
+bool isParquetName(const std::string& base) {
+  if (base.size() < 8 || base.front() == '.') return false;
+  std::string ext = base.substr(base.size() - 8);
   std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
   return ext == ".parquet";
 }
 
-// The files a path stands for: a directory its *.parquet files below it (in
-// name order), anything else itself (the library reports what cannot be
-// opened).
+// The files a path stands for: a directory (or object-store prefix) its
+// *.parquet files below it, in name order, hidden files left out; anything
+// else itself (the library reports what cannot be opened).
 std::vector<std::string> expand(const std::string& path) {
-  std::error_code ec;
-  if (hasScheme(path) || !fs::is_directory(path, ec)) return {path};
+  const orvane::vfs::Listing listing = orvane::vfs::listLocation(toHost(path));
+  if (!listing.isDirectory) return {path};
   std::vector<std::string> files;
-  for (fs::recursive_directory_iterator it(path, fs::directory_options::skip_permission_denied, ec), end;
-       !ec && it != end; it.increment(ec)) {
-    if (it->is_regular_file(ec) && isParquetName(it->path()) && it->path().filename().string().front() != '.') {
-      files.push_back(it->path().string());
-    }
+  for (const auto& file : listing.files) {
+    std::string name = orvane::ustring_to_utf8(file);
+    const std::string base = baseName(name);
+    if (!isParquetName(base)) continue;
+    files.push_back(std::move(name));
   }
-  if (ec) throw CliError("CannotList", "Unable to list the directory '" + path + "': " + ec.message() + ".");
-  std::sort(files.begin(), files.end());
   if (files.empty()) throw CliError("NoParquetFiles", "No Parquet files (*.parquet) found under '" + path + "'.");
   return files;
 }
@@ -88,6 +86,9 @@ int runCount(const GlobalOptions& global, const CountOptions& options) {
   orvane::throwIfInterruptPending();
   progress.finish();
 
+  // Names are shown without any credentials they were given with.
+  for (auto& file : files) file = orvane::redactLocationSecrets(std::move(file));
+  names = toHost(files);
   std::int64_t total = 0;
   for (const auto c : counts) total += c;
   if (global.verbose) {

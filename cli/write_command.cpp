@@ -5,7 +5,9 @@
 // so completes) a file it has written to when it is destroyed, so it writes
 // to a hidden sibling ".OUT.partial-PID" instead; only a successful close is
 // followed by the rename to OUT, and on any failure or interrupt the sibling
-// is removed once the writer is gone.
+// is removed once the writer is gone. A remote OUT (an object store has no
+// rename) is written to a local temporary file first and then copied up; the
+// copy appears only once complete.
 #include "commands.hpp"
 #include "errors.hpp"
 #include "leaf_paths.hpp"
@@ -24,6 +26,8 @@
 #include <ovparquet/host/interrupt.hpp>
 #include <ovparquet/host/error.hpp>
 #include <ovparquet/host/iri.hpp>
+#include <ovparquet/host/redact.hpp>
+#include <ovparquet/host/stream.hpp>
 #include <ovparquet/host/threads.hpp>
 
 #include <arrow/csv/api.h>
@@ -34,6 +38,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <deque>
 #include <filesystem>
 #include <functional>
@@ -61,8 +67,9 @@ class OutputTarget {
       mPartial = target.parent_path() / ("." + target.filename().string() + ".partial-" + std::to_string(getpid()));
       mWriteTo = mPartial.string();
     } else {
-      // Object stores have no rename; the writer's own cleanup is all there is.
-      mWriteTo = output;
+      mRemote = true;
+      mPartial = temporaryFile();
+      mWriteTo = mPartial.string();
     }
   }
   ~OutputTarget() { discard(); }
@@ -74,6 +81,11 @@ class OutputTarget {
   // Moves the finished file into place.
   void commit() {
     if (mPartial.empty()) return;
+    if (mRemote) {
+      orvane::vfs::copyFile(toHost(mPartial.string()), toHost(mOutput));
+      discard();
+      return;
+    }
     std::error_code ec;
     fs::rename(mPartial, mFinal, ec);
     if (ec) {
@@ -112,8 +124,24 @@ class OutputTarget {
   }
 
  private:
+  // A new, empty file in the temporary directory.
+  static fs::path temporaryFile() {
+    std::error_code ec;
+    fs::path directory = fs::temp_directory_path(ec);
+    if (ec) directory = "/tmp";
+    std::string name = (directory / "ovparquet-upload-XXXXXX").string();
+    const int fd = ::mkstemp(name.data());
+    if (fd < 0) {
+      throw CliError("CannotWrite", "Unable to create a temporary file in '" + directory.string() + "': " +
+                                        std::strerror(errno) + ".");
+    }
+    ::close(fd);
+    return name;
+  }
+
   std::string mOutput;
   std::string mWriteTo;
+  bool mRemote = false;
   fs::path mFinal;
   fs::path mPartial;
 };
@@ -436,21 +464,22 @@ int runWrite(const GlobalOptions& global, const WriteOptions& options) {
   }
   target.commit();
 
+  const std::string shownOutput = orvane::redactLocationSecrets(options.output);
   if (global.verbose) {
     std::cerr << "wrote " << result.rows << " rows in " << result.rowGroups << " row groups\n";
   }
   switch (global.format) {
     case Format::Json:
-      writeJson(std::cout, {{"filename", options.output}, {"rows", result.rows}, {"rowGroups", result.rowGroups}});
+      writeJson(std::cout, {{"filename", shownOutput}, {"rows", result.rows}, {"rowGroups", result.rowGroups}});
       break;
     case Format::Csv:
       writeCsvRow(std::cout, {"filename", "rows", "rowGroups"});
-      writeCsvRow(std::cout, {csvField(options.output), std::to_string(result.rows), std::to_string(result.rowGroups)});
+      writeCsvRow(std::cout, {csvField(shownOutput), std::to_string(result.rows), std::to_string(result.rowGroups)});
       break;
     case Format::Table:
       std::cout << "Wrote " << groupedNumber(static_cast<std::int64_t>(result.rows)) << " rows in "
                 << result.rowGroups << (result.rowGroups == 1 ? " row group" : " row groups") << " to "
-                << options.output << '\n';
+                << shownOutput << '\n';
       break;
   }
   return 0;

@@ -12,10 +12,16 @@ namespace orvane::vfs {
 
 namespace detail {
 
-void CleanupState::removeTemporary() noexcept {
-  if (!committed && !temporary.empty()) {
+void CleanupState::discardUncommitted() noexcept {
+  if (committed) return;
+  if (!temporary.empty()) {
     ::unlink(temporary.c_str());
     temporary.clear();
+  }
+  if (abortUpload) {
+    const std::function<void()> abort = std::move(abortUpload);
+    abortUpload = nullptr;
+    abort();
   }
 }
 
@@ -37,7 +43,7 @@ void CleanupFile::cleanup() noexcept {
   std::lock_guard<std::mutex> lock(mState->mutex);
   if (mState->committed) return;
   mState->abandoned = true;
-  mState->removeTemporary();
+  mState->discardUncommitted();
 }
 
 }  // namespace orvane::vfs

@@ -3,6 +3,7 @@
 
 #include <ovparquet/host/stream.hpp>
 
+#include <functional>
 #include <mutex>
 #include <string>
 
@@ -10,9 +11,9 @@ namespace orvane::vfs::detail {
 
 struct CleanupState {
   CleanupState(OpenMode mode, CleanupPolicy policy) : mode(mode), policy(policy) {}
-  // The last owner removes a temporary that was never committed, so neither
-  // an abandoned guard nor an unclosed handle leaves a file behind.
-  ~CleanupState() { removeTemporary(); }
+  // The last owner discards output that was never committed, so neither an
+  // abandoned guard nor an unclosed handle leaves a file behind.
+  ~CleanupState() { discardUncommitted(); }
   CleanupState(const CleanupState&) = delete;
   CleanupState& operator=(const CleanupState&) = delete;
 
@@ -30,10 +31,14 @@ struct CleanupState {
   // file it replaces once committed.
   std::string temporary;
   std::string target;
+  // Aborts an unfinished remote upload (object stores have no temporary to
+  // remove: the object appears only when its upload completes). Empty when
+  // there is none; never throws.
+  std::function<void()> abortUpload;
 
-  // Removes the uncommitted temporary, if any; the caller holds `mutex` or
-  // is the last owner.
-  void removeTemporary() noexcept;
+  // Removes the uncommitted temporary or aborts the unfinished upload, if
+  // any; the caller holds `mutex` or is the last owner.
+  void discardUncommitted() noexcept;
 };
 
 }  // namespace orvane::vfs::detail

@@ -6,6 +6,7 @@
 // user information, so a password given in a location cannot reach a message.
 #include <ovparquet/host/error.hpp>
 #include <ovparquet/host/iri.hpp>
+#include <ovparquet/host/redact.hpp>
 
 #include <cerrno>
 #include <filesystem>
@@ -87,28 +88,6 @@ std::string percentDecode(std::string_view text) {
   return out;
 }
 
-// Percent-encodes the characters of a local path that cannot stand as they
-// are in an IRI. Bytes of non-ASCII characters stay: an IRI may hold them.
-std::string percentEncodePath(std::string_view path) {
-  static constexpr char kHex[] = "0123456789ABCDEF";
-  std::string out;
-  out.reserve(path.size());
-  for (const char ch : path) {
-    const auto c = static_cast<unsigned char>(ch);
-    const bool escape = c <= 0x20 || c == 0x7f || c == '%' || c == '#' || c == '?' || c == '"' ||
-                        c == '<' || c == '>' || c == '\\' || c == '^' || c == '`' || c == '{' ||
-                        c == '|' || c == '}' || c == '[' || c == ']';
-    if (escape) {
-      out.push_back('%');
-      out.push_back(kHex[c >> 4]);
-      out.push_back(kHex[c & 0xF]);
-    } else {
-      out.push_back(ch);
-    }
-  }
-  return out;
-}
-
 std::string normalisePath(const std::string& path) {
   return std::filesystem::path(path).lexically_normal().string();
 }
@@ -133,6 +112,30 @@ ustring decodedToUstring(const std::string& bytes, const std::string& whole) {
   } catch (const HostError&) {
     throwMalformed(whole, "its percent escapes do not decode to UTF-8 text");
   }
+}
+
+// Splits a query ("a=1&b=2", without '?') into decoded parameters and
+// rebuilds it without the secret ones.
+std::string splitQuery(std::string_view query, std::vector<std::pair<std::string, std::string>>& parameters) {
+  std::string kept;
+  std::size_t start = 0;
+  while (start <= query.size()) {
+    std::size_t end = query.find('&', start);
+    if (end == std::string_view::npos) end = query.size();
+    const std::string_view item = query.substr(start, end - start);
+    if (!item.empty()) {
+      const std::size_t equals = item.find('=');
+      const std::string_view name = item.substr(0, equals);
+      const std::string_view value = equals == std::string_view::npos ? std::string_view() : item.substr(equals + 1);
+      parameters.emplace_back(percentDecode(name), percentDecode(value));
+      if (!isSecretParameter(parameters.back().first)) {
+        if (!kept.empty()) kept.push_back('&');
+        kept.append(item);
+      }
+    }
+    start = end + 1;
+  }
+  return kept;
 }
 
 }  // namespace
@@ -160,6 +163,7 @@ Iri Iri::absolute(const ustring& nameOrIri) {
 
   // Split "//authority" from the rest, dropping user information.
   std::string authority;
+  std::string userInformation;
   std::string afterAuthority = rest;
   bool hasAuthority = false;
   if (rest.size() >= 2 && rest[0] == '/' && rest[1] == '/') {
@@ -168,8 +172,27 @@ Iri Iri::absolute(const ustring& nameOrIri) {
     authority = rest.substr(2, end == std::string::npos ? std::string::npos : end - 2);
     afterAuthority = end == std::string::npos ? std::string() : rest.substr(end);
     const std::size_t at = authority.rfind('@');
-    if (at != std::string::npos) authority.erase(0, at + 1);
+    if (at != std::string::npos) {
+      userInformation = authority.substr(0, at);
+      authority.erase(0, at + 1);
+    }
   }
+  // Secrets in the query never reach the kept text; they are checked and
+  // decoded like the rest, but named in no message.
+  std::vector<std::pair<std::string, std::string>> query;
+  std::size_t queryStart = afterAuthority.find('?');
+  if (queryStart > afterAuthority.find('#')) queryStart = std::string::npos;  // a '?' inside the fragment
+  if (queryStart != std::string::npos) {
+    const std::size_t fragment = afterAuthority.find('#', queryStart);
+    const std::string rawQuery =
+        afterAuthority.substr(queryStart + 1, fragment == std::string::npos ? std::string::npos : fragment - queryStart - 1);
+    checkCharacters(rawQuery, "the query of " + scheme + ":" + (hasAuthority ? "//" + authority : std::string()) +
+                                  afterAuthority.substr(0, queryStart));
+    const std::string kept = splitQuery(rawQuery, query);
+    afterAuthority = afterAuthority.substr(0, queryStart) + (kept.empty() ? std::string() : "?" + kept) +
+                     (fragment == std::string::npos ? std::string() : afterAuthority.substr(fragment));
+  }
+  checkCharacters(userInformation, scheme + ":");
   const std::string text =
       scheme + ":" + (hasAuthority ? "//" + authority : std::string()) + afterAuthority;
   checkCharacters(text, text);
@@ -186,7 +209,7 @@ Iri Iri::absolute(const ustring& nameOrIri) {
     if (!authority.empty() && !equalsIgnoringCase(authority, "localhost")) {
       throwMalformed(text, "the host '" + authority + "' is not this computer");
     }
-    if (pathEnd != std::string::npos) {
+    if (pathEnd != std::string::npos || queryStart != std::string::npos) {
       throwMalformed(text, "a file location has no query or fragment (write '?' as %3F and '#' as %23)");
     }
     if (path.empty() || path[0] != '/') throwMalformed(text, "a file location needs an absolute path");
@@ -198,7 +221,29 @@ Iri Iri::absolute(const ustring& nameOrIri) {
   iri.mText = utf8_to_ustring(text);
   iri.mAuthority = decodedToUstring(percentDecode(authority), text);
   iri.mPath = decodedToUstring(path, text);
+  iri.mQuery = std::move(query);
+  iri.mUserInformation = percentDecode(userInformation);
   return iri;
+}
+
+std::string percentEncodePath(std::string_view path) {
+  static constexpr char kHex[] = "0123456789ABCDEF";
+  std::string out;
+  out.reserve(path.size());
+  for (const char ch : path) {
+    const auto c = static_cast<unsigned char>(ch);
+    const bool escape = c <= 0x20 || c == 0x7f || c == '%' || c == '#' || c == '?' || c == '"' ||
+                        c == '<' || c == '>' || c == '\\' || c == '^' || c == '`' || c == '{' ||
+                        c == '|' || c == '}' || c == '[' || c == ']';
+    if (escape) {
+      out.push_back('%');
+      out.push_back(kHex[c >> 4]);
+      out.push_back(kHex[c & 0xF]);
+    } else {
+      out.push_back(ch);
+    }
+  }
+  return out;
 }
 
 bool Iri::isLocal() const {

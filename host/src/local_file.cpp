@@ -617,7 +617,7 @@ OpenedFile openThroughTemporary(const std::string& path, const std::shared_ptr<C
     ~Undo() {
       if (!active) return;
       std::lock_guard<std::mutex> lock(state->mutex);
-      state->removeTemporary();
+      state->discardUncommitted();
       state->inUse = false;
     }
   } undo{state};

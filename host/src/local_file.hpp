@@ -10,4 +10,8 @@ namespace orvane::vfs::detail {
 // CommitOnClose goes to a temporary sibling that close() renames into place.
 OpenedFile openLocalFile(const Iri& location, CleanupFile& cleanup, OpenMode mode, bool streamFlag);
 
+// The regular files below a local directory, recursively in name order,
+// named from `asGiven` (hidden entries included: callers choose).
+Listing listLocalDirectory(const Iri& location, const ustring& asGiven);
+
 }  // namespace orvane::vfs::detail

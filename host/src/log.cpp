@@ -1,5 +1,6 @@
 #include <ovparquet/host/error.hpp>
 #include <ovparquet/host/log.hpp>
+#include <ovparquet/host/redact.hpp>
 
 #include <boost/core/null_deleter.hpp>
 #include <boost/log/attributes/current_thread_id.hpp>
@@ -75,7 +76,8 @@ void formatRecord(const logging::record_view& record, logging::formatting_ostrea
   out << severityName(severity ? *severity : 0u) << ' ' << record[channelKeyword] << ": ";
   const auto depth = record[depthKeyword];
   if (depth && *depth > 0) out << std::string(static_cast<std::size_t>(*depth) * 2, ' ');
-  out << record[expr::smessage];
+  // A location given with credentials must not show them.
+  if (const auto text = record[expr::smessage]) out << redactLocationSecrets(*text);
 }
 
 std::mutex& sinkMutex() {

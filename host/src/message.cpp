@@ -1,4 +1,5 @@
 #include <ovparquet/host/message.hpp>
+#include <ovparquet/host/redact.hpp>
 #include <ovparquet/host/ustring.hpp>
 
 #include <algorithm>
@@ -48,7 +49,8 @@ std::string formatText(std::string_view text, std::size_t argumentCount,
       out.push_back(text[i]);
     }
   }
-  return out;
+  // A location given with credentials must not show them.
+  return redactLocationSecrets(std::move(out));
 }
 
 std::string formatMessage(const Message& message) {

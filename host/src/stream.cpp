@@ -1,5 +1,7 @@
 // Binary streams and the registry of schemes that open them.
+#include "hdfs_file.hpp"
 #include "local_file.hpp"
+#include "s3_file.hpp"
 
 #include <ovparquet/host/error.hpp>
 #include <ovparquet/host/stream.hpp>
@@ -20,7 +22,8 @@ std::string lowerAscii(std::string text) {
   return text;
 }
 
-// Openers by lowercase scheme; "file" is there from the start.
+// Openers and listers by lowercase scheme; "file", "s3" and "hdfs" are there
+// from the start.
 class SchemeRegistry {
  public:
   static SchemeRegistry& instance() {
@@ -33,18 +36,35 @@ class SchemeRegistry {
     mOpeners[lowerAscii(scheme)] = std::move(opener);
   }
 
-  // A copy, so that the opener runs without the lock held.
-  SchemeOpener find(const std::string& scheme) const {
+  void add(const std::string& scheme, SchemeLister lister) {
     std::lock_guard<std::mutex> lock(mMutex);
-    const auto it = mOpeners.find(lowerAscii(scheme));
-    return it == mOpeners.end() ? SchemeOpener() : it->second;
+    mListers[lowerAscii(scheme)] = std::move(lister);
   }
 
+  // Copies, so that they run without the lock held.
+  SchemeOpener opener(const std::string& scheme) const { return find(mOpeners, scheme); }
+  SchemeLister lister(const std::string& scheme) const { return find(mListers, scheme); }
+
  private:
-  SchemeRegistry() { mOpeners["file"] = &detail::openLocalFile; }
+  SchemeRegistry() {
+    mOpeners["file"] = &detail::openLocalFile;
+    mOpeners["s3"] = &detail::openS3File;
+    mOpeners["hdfs"] = &detail::openHdfsFile;
+    mListers["file"] = &detail::listLocalDirectory;
+    mListers["s3"] = &detail::listS3;
+    mListers["hdfs"] = &detail::listHdfs;
+  }
+
+  template <typename Value>
+  Value find(const std::map<std::string, Value>& table, const std::string& scheme) const {
+    std::lock_guard<std::mutex> lock(mMutex);
+    const auto it = table.find(lowerAscii(scheme));
+    return it == table.end() ? Value() : it->second;
+  }
 
   mutable std::mutex mMutex;
   std::map<std::string, SchemeOpener> mOpeners;
+  std::map<std::string, SchemeLister> mListers;
 };
 
 }  // namespace
@@ -70,7 +90,7 @@ std::unique_ptr<BinaryStream> openBinaryStream(const ustring& nameOrIri, Cleanup
                                                bool streamFlag) {
   Iri location = Iri::absolute(nameOrIri);
   const std::string scheme = ustring_to_utf8(location.scheme());
-  const SchemeOpener opener = SchemeRegistry::instance().find(scheme);
+  const SchemeOpener opener = SchemeRegistry::instance().opener(scheme);
   if (!opener) throwHostError("UnsupportedScheme", location.scheme(), location.text());
   OpenedFile opened = opener(location, cleanup, mode, streamFlag);
   return std::make_unique<BinaryStream>(std::move(opened.handle), std::move(location), opened.size);
@@ -78,6 +98,17 @@ std::unique_ptr<BinaryStream> openBinaryStream(const ustring& nameOrIri, Cleanup
 
 void registerScheme(const std::string& scheme, SchemeOpener opener) {
   SchemeRegistry::instance().add(scheme, std::move(opener));
+}
+
+Listing listLocation(const ustring& nameOrIri) {
+  const Iri location = Iri::absolute(nameOrIri);
+  const SchemeLister lister = SchemeRegistry::instance().lister(ustring_to_utf8(location.scheme()));
+  if (!lister) throwHostError("UnsupportedScheme", location.scheme(), location.text());
+  return lister(location, nameOrIri);
+}
+
+void registerSchemeLister(const std::string& scheme, SchemeLister lister) {
+  SchemeRegistry::instance().add(scheme, std::move(lister));
 }
 
 }  // namespace orvane::vfs

@@ -4,6 +4,7 @@
 #include <ovparquet/host/ustring.hpp>
 
 #include <gmock/gmock.h>
+#include "../support/Files.hpp"
 #include "../support/HostErrors.hpp"
 
 #include <gtest/gtest.h>
@@ -191,6 +192,74 @@ TEST(IriTest, EmptyNameRaisesEmptyName) {
   EXPECT_EQ(hostError([] { Iri::absolute(u""); }).first, "ORVANE:host:EmptyName");
   CleanupFile guard(OpenMode::Read, CleanupPolicy::Keep);
   EXPECT_EQ(hostError([&] { openBinaryStream(u"", guard, OpenMode::Read, true); }).first, "ORVANE:host:EmptyName");
+}
+
+}  // namespace
+}  // namespace orvane::vfs
+
+namespace orvane::vfs {
+namespace {
+
+TEST(IriTest, SecretQueryParametersNeverReachTheText) {
+  const Iri iri = Iri::absolute(
+      u"s3://bucket/key.parquet?endpoint_override=127.0.0.1:9000&secret_key=S3CRET&X-Amz-Signature=abc&scheme=http");
+  EXPECT_EQ(iri.text(), u"s3://bucket/key.parquet?endpoint_override=127.0.0.1:9000&scheme=http");
+  EXPECT_EQ(iri.path(), u"/key.parquet");
+  ASSERT_EQ(iri.queryParameters().size(), 4u);
+  EXPECT_EQ(iri.queryParameters()[1], (std::pair<std::string, std::string>{"secret_key", "S3CRET"}));
+  EXPECT_EQ(iri.queryParameters()[0].second, "127.0.0.1:9000");
+}
+
+TEST(IriTest, UserInformationIsKeptOnlyForTheOpener) {
+  const Iri iri = Iri::absolute(u"s3://AKEY:a%2Fsecret@bucket/key");
+  EXPECT_EQ(iri.text(), u"s3://bucket/key");
+  EXPECT_EQ(iri.userInformation(), "AKEY:a/secret");
+  EXPECT_EQ(iri.authority(), u"bucket");
+}
+
+TEST(IriTest, AQueryOfOnlySecretsLeavesNoQuestionMark) {
+  EXPECT_EQ(Iri::absolute(u"s3://b/k?access_key=A&session_token=T").text(), u"s3://b/k");
+  EXPECT_EQ(Iri::absolute(u"s3://b/k?token=T#part").text(), u"s3://b/k#part");
+}
+
+TEST(IriTest, AFileLocationWithASecretOnlyQueryIsStillRefused) {
+  EXPECT_EQ(hostError([] { Iri::absolute(u"file:///tmp/x?token=abc"); }).first, "ORVANE:host:MalformedIri");
+}
+
+TEST(ListingTest, LocalDirectoryListsItsFilesRecursivelyAsNamed) {
+  ovtest::TempDir dir;
+  std::filesystem::create_directories(dir.file("sub"));
+  for (const std::string name : {"b.parquet", "a.txt", "sub/c.parquet", ".hidden"}) ovtest::writeBytes(dir.file(name), "x");
+  const Listing listing = listLocation(u(dir.path()));
+  ASSERT_TRUE(listing.isDirectory);
+  std::vector<std::string> names;
+  for (const auto& f : listing.files) names.push_back(n(f));
+  EXPECT_EQ(names, (std::vector<std::string>{dir.file(".hidden"), dir.file("a.txt"), dir.file("b.parquet"),
+                                             dir.file("sub/c.parquet")}));
+  EXPECT_FALSE(listLocation(u(dir.file("b.parquet"))).isDirectory);
+  EXPECT_FALSE(listLocation(u(dir.file("missing"))).isDirectory);
+  EXPECT_EQ(hostError([] { listLocation(u"gopher://x/y"); }).first, "ORVANE:host:UnsupportedScheme");
+}
+
+TEST(HdfsTest, WithoutANativeClientOpeningSaysWhatIsMissing) {
+  ::unsetenv("JAVA_HOME");
+  ::unsetenv("CLASSPATH");
+  CleanupFile guard(OpenMode::Read, CleanupPolicy::Keep);
+  auto [id, text] = hostError([&] { openBinaryStream(u"hdfs://namenode:8020/data/x.parquet", guard, OpenMode::Read, true); });
+  EXPECT_EQ(id, "ORVANE:host:HdfsUnavailable");
+  EXPECT_THAT(text, HasSubstr("hdfs://namenode:8020/data/x.parquet"));
+  EXPECT_THAT(text, HasSubstr("JAVA_HOME is not set"));
+  EXPECT_THAT(text, HasSubstr("CLASSPATH is not set"));
+
+  ::setenv("JAVA_HOME", "/nonexistent/java", 1);
+  ::setenv("CLASSPATH", "/nonexistent/hadoop.jar", 1);
+  ::setenv("ARROW_LIBHDFS_DIR", "/nonexistent/hadoop/lib/native", 1);
+  std::tie(id, text) = hostError([&] { openBinaryStream(u"hdfs://namenode:8020/data/x.parquet", guard, OpenMode::Read, true); });
+  EXPECT_EQ(id, "ORVANE:host:HdfsUnavailable");
+  EXPECT_THAT(text, HasSubstr("libhdfs cannot be loaded"));
+  ::unsetenv("JAVA_HOME");
+  ::unsetenv("CLASSPATH");
+  ::unsetenv("ARROW_LIBHDFS_DIR");
 }
 
 }  // namespace

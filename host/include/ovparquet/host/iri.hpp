@@ -5,6 +5,9 @@
 #include <ovparquet/host/ustring.hpp>
 
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace orvane::vfs {
 
@@ -14,7 +17,9 @@ class Iri {
   // ("s3://bucket/key", "file:///tmp/x", "FILE:/tmp/x") is parsed as an IRI;
   // anything else is a local path, absolute or relative to the working
   // directory. User information ("user:secret@") is removed from the
-  // authority before the text is kept, so no message can show it.
+  // authority, and query parameters that carry secrets (access keys, tokens,
+  // signatures) from the query, before the text is kept, so no message can
+  // show them.
   // Raises HostError "ORVANE:host:EmptyName" for an empty name and
   // "ORVANE:host:MalformedIri" for an IRI that cannot be parsed.
   static Iri absolute(const ustring& nameOrIri);
@@ -28,6 +33,13 @@ class Iri {
   // The percent-decoded path part.
   const ustring& path() const { return mPath; }
 
+  // The percent-decoded query parameters in order, secrets included: for the
+  // scheme's opener only, never for a message.
+  const std::vector<std::pair<std::string, std::string>>& queryParameters() const { return mQuery; }
+  // The percent-decoded user information ("user:secret"), or empty: for the
+  // scheme's opener only, never for a message.
+  const std::string& userInformation() const { return mUserInformation; }
+
   // True when the scheme is "file" in any letter case.
   bool isLocal() const;
   // The local file-system path of a "file" IRI (UTF-8, percent-decoded).
@@ -39,6 +51,13 @@ class Iri {
   ustring mText;
   ustring mAuthority;
   ustring mPath;
+  std::vector<std::pair<std::string, std::string>> mQuery;
+  std::string mUserInformation;
 };
+
+// Percent-encodes the characters of a path that cannot stand as they are in
+// an IRI (controls, space, '%', '#', '?' and a few more); the bytes of
+// non-ASCII characters stay, as an IRI may hold them.
+std::string percentEncodePath(std::string_view path);
 
 }  // namespace orvane::vfs

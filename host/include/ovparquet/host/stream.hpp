@@ -11,6 +11,7 @@
 #include <memory>
 #include <streambuf>
 #include <string>
+#include <vector>
 
 namespace orvane::vfs {
 
@@ -28,8 +29,10 @@ enum class CleanupPolicy : int {
   Keep = 0,
   // The output appears under its name only when the handle is closed
   // successfully: it is written to a temporary sibling and renamed into
-  // place on close; an existing file of that name is untouched until then.
-  // cleanup() (or the last owner going away unclosed) removes the temporary.
+  // place on close (on an object store, the upload completes on close); an
+  // existing file of that name is untouched until then. cleanup() (or the
+  // last owner going away unclosed) removes the temporary or aborts the
+  // upload.
   CommitOnClose = 1,
 };
 
@@ -49,7 +52,7 @@ class CleanupFile {
   OpenMode mode() const;
   CleanupPolicy policy() const;
   // Carries out the policy: under CommitOnClose, removes an uncommitted
-  // temporary; never throws.
+  // temporary or aborts an unfinished upload; never throws.
   void cleanup() noexcept;
   // The state a file handle shares with this guard.
   const std::shared_ptr<detail::CleanupState>& state() const { return mState; }
@@ -98,7 +101,12 @@ class BinaryStream : public std::iostream {
 // read front to back (the handle may read ahead), false otherwise.
 // Raises HostError with a message naming the file and the reason:
 // "ORVANE:host:FileNotFound", "PermissionDenied", "IsDirectory",
-// "UnsupportedScheme", "CannotOpen", "EmptyName", "MalformedIri".
+// "UnsupportedScheme", "CannotOpen", "EmptyName", "MalformedIri"; remote
+// locations also "RemoteUnreachable", "AccessDenied", "BucketNotFound",
+// "UnsupportedMode" and "HdfsUnavailable".
+//
+// Schemes served: "file" (and plain paths), "s3" (object stores, see
+// s3_file.hpp in the sources for the configuration) and "hdfs".
 std::unique_ptr<BinaryStream> openBinaryStream(const ustring& nameOrIri, CleanupFile& cleanup,
                                                OpenMode mode, bool streamFlag);
 
@@ -112,8 +120,35 @@ using SchemeOpener =
     std::function<OpenedFile(const Iri& location, CleanupFile& cleanup, OpenMode mode, bool streamFlag)>;
 
 // Registers the opener of a scheme (compared ignoring case), replacing any
-// earlier one. "file" is registered from the start; other schemes raise
-// "ORVANE:host:UnsupportedScheme" until registered.
+// earlier one. "file", "s3" and "hdfs" are registered from the start; other
+// schemes raise "ORVANE:host:UnsupportedScheme" until registered.
 void registerScheme(const std::string& scheme, SchemeOpener opener);
+
+// What a location stands for when files are gathered.
+struct Listing {
+  // The location is a directory (an object-store prefix or bucket).
+  bool isDirectory = false;
+  // Then: every file below it, recursively, in name order. Local files are
+  // named as the location was (a relative directory gives relative names),
+  // remote ones as IRIs carrying the location's query.
+  std::vector<ustring> files;
+};
+
+// Lists a directory or prefix; a file, or a location that names nothing,
+// gives a listing that is not a directory (opening it then says why).
+// Raises "ORVANE:host:CannotList" when the listing itself fails, and
+// "UnsupportedScheme" for a scheme that cannot be listed.
+Listing listLocation(const ustring& nameOrIri);
+
+// Copies a file to another location (any schemes) under CommitOnClose: the
+// copy appears only once complete, and a failure or an interrupt leaves
+// nothing under the target and an older file there intact. Raises the
+// opening errors of either side, "ORVANE:host:CannotWrite" when writing
+// fails, and the interrupt error when the user stops it.
+void copyFile(const ustring& from, const ustring& to);
+
+// A scheme's lister: the parsed location and the name as given.
+using SchemeLister = std::function<Listing(const Iri& location, const ustring& asGiven)>;
+void registerSchemeLister(const std::string& scheme, SchemeLister lister);
 
 }  // namespace orvane::vfs

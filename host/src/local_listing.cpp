@@ -1,0 +1,40 @@
+// Listing local directories for the "file" scheme.
+#include "local_file.hpp"
+
+#include <ovparquet/host/error.hpp>
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <system_error>
+
+namespace orvane::vfs::detail {
+
+Listing listLocalDirectory(const Iri& location, const ustring& asGiven) {
+  namespace fs = std::filesystem;
+  const std::string path = location.localPath();
+  Listing listing;
+  std::error_code error;
+  if (!fs::is_directory(path, error)) return listing;
+  listing.isDirectory = true;
+
+  // A name given as a path keeps its spelling; a "file:" IRI lists as paths.
+  std::string given = ustring_to_utf8(asGiven);
+  std::string head = given.substr(0, 5);
+  for (char& c : head) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  const fs::path base = head == "file:" ? fs::path(path) : fs::path(given);
+  std::vector<std::string> files;
+  for (fs::recursive_directory_iterator it(base, fs::directory_options::skip_permission_denied, error), end;
+       !error && it != end; it.increment(error)) {
+    if (it->is_regular_file(error)) files.push_back(it->path().string());
+  }
+  if (error) {
+    throwHostError("CannotList", path, error.message());
+  }
+  std::sort(files.begin(), files.end());
+  listing.files.reserve(files.size());
+  for (const std::string& file : files) listing.files.push_back(utf8_to_ustring(file));
+  return listing;
+}
+
+}  // namespace orvane::vfs::detail
