@@ -170,8 +170,10 @@ octave_value cell_column(const ovArray* cell, std::size_t n) {
       out(static_cast<octave_idx_type>(i)) = octave_value(Matrix());
       continue;
     }
-    // Inside a list there is no room for a mask: missing integers become NaN.
-    out(static_cast<octave_idx_type>(i)) = column_to_octave(element, MissingAs::Double).value;
+    // Inside a list there is no room for a mask: integers and logicals with
+    // missing elements become double with NaN, the others keep their class.
+    const bool masked = !ovIsContainer(element) && ovHasMissing(element);
+    out(static_cast<octave_idx_type>(i)) = column_to_octave(element, masked ? MissingAs::Double : MissingAs::Mask).value;
   }
   return octave_value(out);
 }
