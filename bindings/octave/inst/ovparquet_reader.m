@@ -1,34 +1,34 @@
-## -*- texinfo -*-
-## @deftypefn  {} {@var{r} =} ovparquet_reader (@var{file})
-## @deftypefnx {} {@var{r} =} ovparquet_reader (@var{file}, @var{name}, @var{value}, @dots{})
-## @deftypefnx {} {@var{r} =} ovparquet_reader (@var{state})
-## An iterator over the row groups of a Parquet file.
-##
-## @code{hasdata (@var{r})} tells whether row groups are left,
-## @code{@var{t} = read (@var{r})} reads the next one as a table struct (see
-## @code{ovparquet_read}), @code{reset (@var{r})} starts again from the first.
-## @code{@var{state} = save_state (@var{r})} returns a plain struct (the file,
-## the row groups not yet read and the options) that can be saved with
-## @code{save}; @code{ovparquet_reader (@var{state})} resumes from it.
-##
-## Options: @qcode{"Variables"}, @qcode{"RowGroups"}, @qcode{"ByteRange"} and
-## @qcode{"MissingAs"}, as for @code{ovparquet_read}.
-##
-## Example:
-## @example
-## @group
-## r = ovparquet_reader ("trips.parquet", "Variables", @{"fare"@});
-## total = 0;
-## while (hasdata (r))
-##   t = read (r);
-##   total += sum (t.fare(! isnan (t.fare)));
-## endwhile
-## @end group
-## @end example
-## @seealso{ovparquet_read}
-## @end deftypefn
-
 classdef ovparquet_reader < handle
+
+  ## -*- texinfo -*-
+  ## @deftypefn  {} {@var{r} =} ovparquet_reader (@var{file})
+  ## @deftypefnx {} {@var{r} =} ovparquet_reader (@var{file}, @var{name}, @var{value}, @dots{})
+  ## @deftypefnx {} {@var{r} =} ovparquet_reader (@var{state})
+  ## An iterator over the row groups of a Parquet file.
+  ##
+  ## @code{hasdata (@var{r})} tells whether row groups are left,
+  ## @code{@var{t} = read (@var{r})} reads the next one as a table struct (see
+  ## @code{ovparquet_read}), @code{reset (@var{r})} starts again from the first.
+  ## @code{@var{state} = save_state (@var{r})} returns a plain struct (the file,
+  ## the row groups not yet read and the options) that can be saved with
+  ## @code{save}; @code{ovparquet_reader (@var{state})} resumes from it.
+  ##
+  ## Options: @qcode{"Variables"}, @qcode{"RowGroups"}, @qcode{"ByteRange"} and
+  ## @qcode{"MissingAs"}, as for @code{ovparquet_read}.
+  ##
+  ## Example:
+  ## @example
+  ## @group
+  ## r = ovparquet_reader ("trips.parquet", "Variables", @{"fare"@});
+  ## total = 0;
+  ## while (hasdata (r))
+  ##   t = read (r);
+  ##   total += sum (t.fare(! isnan (t.fare)));
+  ## endwhile
+  ## @end group
+  ## @end example
+  ## @seealso{ovparquet_read}
+  ## @end deftypefn
 
   properties (SetAccess = private)
     ## The file read.

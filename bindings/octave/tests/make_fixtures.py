@@ -114,6 +114,11 @@ def main(outdir):
     with open(os.path.join(outdir, "groups.json"), "w") as f:
         json.dump(stats, f)
 
+    # Text that is not valid UTF-8 in a string column.
+    bad = pa.Array.from_buffers(pa.string(), 2, [None, pa.py_buffer(b"\x00\x00\x00\x00\x02\x00\x00\x00\x04\x00\x00\x00"),
+                                                   pa.py_buffer(b"ok\xff\xfe")])
+    pq.write_table(pa.table({"s": bad}), os.path.join(outdir, "badutf8.parquet"))
+
     # A file without row groups, and a file that is not Parquet.
     pq.write_table(t.slice(0, 0), os.path.join(outdir, "empty.parquet"))
     with open(os.path.join(outdir, "corrupt.parquet"), "wb") as f:
