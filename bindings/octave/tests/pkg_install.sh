@@ -9,10 +9,12 @@ cmake --build "$build" --target octave_package >/dev/null
 tarball=$(ls "$build"/bindings/octave/ovparquet-*.tar.gz)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+mkdir -p "$work/pkg"
 "$octave" --no-gui --norc --eval "
   pkg prefix '$work/pkg' '$work/pkg';
   pkg local_list '$work/pkg/list';
-  pkg install '$tarball';
+  pkg global_list '$work/pkg/global-list';
+  pkg install -local '$tarball';
   pkg load ovparquet;
   t = ovparquet_read ('$data/types.parquet', 'Variables', {'i32', 's'});
   assert (t.i32(1:3), int32 ([1; 2; 3]));
