@@ -3,11 +3,12 @@
 #   make test      set up if needed, build, run every test
 #   make bench     build and run the benchmarks (Release)
 #   make sanitize  build and test with AddressSanitizer and UBSan
+#   make octave-package  the GNU Octave package tarball (pkg install)
 BUILD    ?= build
 JOBS     ?= $(shell nproc)
 GENERATOR = -G Ninja
 
-.PHONY: setup configure build example test bench sanitize clean
+.PHONY: setup configure build example test bench sanitize clean octave-package
 
 setup:
 	@bash scripts/setup.sh
@@ -30,6 +31,10 @@ bench:
 
 sanitize:
 	@ARROW_DEFAULT_MEMORY_POOL=system $(MAKE) --no-print-directory test BUILD=build-asan CMAKE_ARGS="-DOVPARQUET_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug"
+
+octave-package: configure
+	@cmake --build $(BUILD) -j $(JOBS) --target octave_package
+	@ls $(BUILD)/bindings/octave/ovparquet-*.tar.gz
 
 clean:
 	rm -rf build build-release build-asan

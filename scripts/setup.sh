@@ -24,6 +24,7 @@ apt_packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libcli11-dev libfmt-dev nlohmann-json3-dev libutfcpp-dev
   python3 python3-venv python3-pip
+  octave liboctave-dev
 )
 missing=()
 for p in "${apt_packages[@]}"; do
