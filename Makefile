@@ -3,11 +3,12 @@
 #   make test      set up if needed, build, run every test
 #   make bench     build and run the benchmarks (Release)
 #   make sanitize  build and test with AddressSanitizer and UBSan
+#   make package   build the Debian package (BUILD/package/ovparquet_*.deb)
 BUILD    ?= build
 JOBS     ?= $(shell nproc)
 GENERATOR = -G Ninja
 
-.PHONY: setup configure build example test bench sanitize clean
+.PHONY: setup configure build example test bench sanitize package clean
 
 setup:
 	@bash scripts/setup.sh
@@ -30,6 +31,9 @@ bench:
 
 sanitize:
 	@ARROW_DEFAULT_MEMORY_POOL=system $(MAKE) --no-print-directory test BUILD=build-asan CMAKE_ARGS="-DOVPARQUET_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug"
+
+package: build
+	@cd $(BUILD) && cpack -G DEB
 
 clean:
 	rm -rf build build-release build-asan
