@@ -36,8 +36,7 @@ list(JOIN _ovparquet_deb_depends ", " CPACK_DEBIAN_PACKAGE_DEPENDS)
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "libboost-log-dev (>= 1.74), libboost-thread-dev (>= 1.74)")
 # The Arrow project's own Debian packages carry the same sonames and headers.
 set(CPACK_DEBIAN_PACKAGE_CONFLICTS "libarrow1500, libparquet1500, libarrow-dev, libparquet-dev")
-# Shared libraries in /usr/lib: refresh the loader cache, without a script.
-file(WRITE "${PROJECT_BINARY_DIR}/debian/triggers" "activate-noawait ldconfig\n")
-set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA "${PROJECT_BINARY_DIR}/debian/triggers")
+# CPack itself adds the postinst and postrm that refresh the loader cache for
+# the libraries in /usr/lib; the package has no other maintainer scripts.
 
 include(CPack)

@@ -5,8 +5,9 @@
 #   debian_package_install.sh OUT_DIR VERSION
 # This changes the machine, so it runs only as root on a disposable one: a
 # container, or where OVPARQUET_TEST_DEB_INSTALL=1 says so (=0 always skips).
-# Skipped runs exit 77. apt-get never downloads: the dependencies are the
-# libraries the build itself used, already installed.
+# Skipped runs exit 77. apt-get must not download anything: the dependencies
+# are the libraries the build itself used, already installed, which a
+# simulated install confirms first.
 set -euo pipefail
 out=$1 version=$2
 here=$(cd "$(dirname "$0")" && pwd)
@@ -44,7 +45,11 @@ cleanup() {
 trap cleanup EXIT
 trap 'exit 130' INT TERM
 touch "$marker"
-apt install --no-download "$deb" >"$work/apt.log" 2>&1 || { cat "$work/apt.log"; fail "apt-get install $deb"; }
+# Nothing to fetch: apt-get would install this package alone.
+planned=$(apt install --simulate "$deb" 2>&1) || { echo "$planned"; fail "apt-get cannot install $deb"; }
+[ "$(grep '^Inst ' <<<"$planned" | awk '{ print $2 }')" = ovparquet ] \
+  || fail "installing $deb would fetch other packages:"$'\n'"$(grep '^Inst ' <<<"$planned")"
+apt install "$deb" >"$work/apt.log" 2>&1 || { cat "$work/apt.log"; fail "apt-get install $deb"; }
 installed || fail "dpkg does not list ovparquet as installed"
 
 [ "$(command -v ovparquet)" = /usr/bin/ovparquet ] || fail "ovparquet on PATH is $(command -v ovparquet)"
