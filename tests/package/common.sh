@@ -11,6 +11,7 @@ check_self_contained() {
   local p real hits
   for p in "$@"; do
     for real in "$p" "$(readlink -f "$p")"; do
+      [ -n "$real" ] || continue
       hits=$(grep -rlaF -- "$real" "$root" || true)
       [ -z "$hits" ] || fail "files under $root name $real:"$'\n'"$hits"
     done
