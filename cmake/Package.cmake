@@ -4,9 +4,10 @@
 # installed under /usr.
 #
 # Run-time dependencies are found by dpkg-shlibdeps from the binaries
-# themselves. Parts added later (a binding, say) add their install rules
-# before this file is included and name any further Debian packages they
-# need with
+# themselves. Parts added later (the Octave binding, say) come with it: they
+# add install rules, call ovparquet_install_rpath(<target> <destination>) for
+# any binary installed outside the library directory, and, before this file
+# is included, name further Debian packages they need with
 #   set_property(GLOBAL APPEND PROPERTY OVPARQUET_DEB_DEPENDS "octave (>= 7)")
 include_guard(GLOBAL)
 
@@ -20,8 +21,6 @@ set(CPACK_PACKAGE_DESCRIPTION
 set(CPACK_PACKAGE_CONTACT "ovparquet developers <ovparquet@localhost>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
-# Package only what the install rules name, never the build's own prefix.
-set(CPACK_SET_DESTDIR OFF)
 set(CPACK_PACKAGE_DIRECTORY "${PROJECT_BINARY_DIR}/package")
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
