@@ -4,11 +4,12 @@
 #   make bench     build and run the benchmarks (Release)
 #   make sanitize  build and test with AddressSanitizer and UBSan
 #   make octave-package  the GNU Octave package tarball (pkg install)
+#   make package   build the Debian package (BUILD/package/ovparquet_*.deb)
 BUILD    ?= build
 JOBS     ?= $(shell nproc)
 GENERATOR = -G Ninja
 
-.PHONY: setup configure build example test bench sanitize clean octave-package
+.PHONY: setup configure build example test bench sanitize package clean octave-package
 
 setup:
 	@bash scripts/setup.sh
@@ -35,6 +36,9 @@ sanitize:
 octave-package: configure
 	@cmake --build $(BUILD) -j $(JOBS) --target octave_package
 	@ls $(BUILD)/bindings/octave/ovparquet-*.tar.gz
+
+package: build
+	@cd $(BUILD) && cpack -G DEB
 
 clean:
 	rm -rf build build-release build-asan
