@@ -3,11 +3,14 @@
 #   make test      set up if needed, build, run every test
 #   make bench     build and run the benchmarks (Release)
 #   make sanitize  build and test with AddressSanitizer and UBSan
+#   make fuzz      libFuzzer (clang, ASan + UBSan) on every fuzz target,
+#                  FUZZ_SECONDS each (default 60); crashes kept in tests/fuzz/crashes
 BUILD    ?= build
 JOBS     ?= $(shell nproc)
 GENERATOR = -G Ninja
+FUZZ_SECONDS ?= 60
 
-.PHONY: setup configure build example test bench sanitize clean
+.PHONY: setup configure build example test bench sanitize fuzz clean
 
 setup:
 	@bash scripts/setup.sh
@@ -31,5 +34,10 @@ bench:
 sanitize:
 	@ARROW_DEFAULT_MEMORY_POOL=system $(MAKE) --no-print-directory test BUILD=build-asan CMAKE_ARGS="-DOVPARQUET_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug"
 
+fuzz:
+	@$(MAKE) --no-print-directory configure BUILD=build-fuzz CMAKE_ARGS="-DCMAKE_CXX_COMPILER=clang++ -DOVPARQUET_FUZZ=ON -DOVPARQUET_BUILD_BENCH=OFF"
+	@cmake --build build-fuzz -j $(JOBS) --target fuzz_targets
+	@FUZZ_SECONDS=$(FUZZ_SECONDS) bash tests/fuzz/run.sh build-fuzz
+
 clean:
-	rm -rf build build-release build-asan
+	rm -rf build build-release build-asan build-fuzz
