@@ -35,6 +35,7 @@ sanitize:
 	@ARROW_DEFAULT_MEMORY_POOL=system $(MAKE) --no-print-directory test BUILD=build-asan CMAKE_ARGS="-DOVPARQUET_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug"
 
 fuzz:
+	@bash scripts/setup.sh --fuzz
 	@$(MAKE) --no-print-directory configure BUILD=build-fuzz CMAKE_ARGS="-DCMAKE_CXX_COMPILER=clang++ -DOVPARQUET_FUZZ=ON -DOVPARQUET_BUILD_BENCH=OFF"
 	@cmake --build build-fuzz -j $(JOBS) --target fuzz_targets
 	@FUZZ_SECONDS=$(FUZZ_SECONDS) bash tests/fuzz/run.sh build-fuzz
