@@ -5,11 +5,14 @@
 #   make sanitize  build and test with AddressSanitizer and UBSan
 #   make octave-package  the GNU Octave package tarball (pkg install)
 #   make package   build the Debian package (BUILD/package/ovparquet_*.deb)
+#   make fuzz      libFuzzer (clang, ASan + UBSan) on every fuzz target,
+#                  FUZZ_SECONDS each (default 60); crashes kept in tests/fuzz/crashes
 BUILD    ?= build
 JOBS     ?= $(shell nproc)
 GENERATOR = -G Ninja
+FUZZ_SECONDS ?= 60
 
-.PHONY: setup configure build example test bench sanitize package clean octave-package
+.PHONY: setup configure build example test bench sanitize package clean octave-package fuzz
 
 setup:
 	@bash scripts/setup.sh
@@ -40,5 +43,11 @@ octave-package: configure
 package: build
 	@cd $(BUILD) && cpack -G DEB
 
+fuzz:
+	@bash scripts/setup.sh --fuzz
+	@$(MAKE) --no-print-directory configure BUILD=build-fuzz CMAKE_ARGS="-DCMAKE_CXX_COMPILER=clang++ -DOVPARQUET_FUZZ=ON -DOVPARQUET_BUILD_BENCH=OFF"
+	@cmake --build build-fuzz -j $(JOBS) --target fuzz_targets
+	@FUZZ_SECONDS=$(FUZZ_SECONDS) bash tests/fuzz/run.sh build-fuzz
+
 clean:
-	rm -rf build build-release build-asan
+	rm -rf build build-release build-asan build-fuzz

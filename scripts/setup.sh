@@ -5,6 +5,7 @@
 #
 #   scripts/setup.sh            system packages, Arrow prefix, Python peers
 #   scripts/setup.sh --no-peers skip the Python virtual environment
+#   scripts/setup.sh --fuzz     also clang and its libFuzzer runtime (make fuzz)
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -13,7 +14,9 @@ deps="$root/.deps"
 prefix="$deps/arrow-$arrow_version"
 venv="$root/.venv"
 want_peers=1
+want_fuzz=0
 [ "${1:-}" = "--no-peers" ] && want_peers=0
+[ "${1:-}" = "--fuzz" ] && want_fuzz=1
 
 say() { printf '[setup] %s\n' "$*" >&2; }
 
@@ -26,6 +29,7 @@ apt_packages=(
   python3 python3-venv python3-pip
   octave liboctave-dev
 )
+[ $want_fuzz -eq 1 ] && apt_packages+=(clang libclang-rt-14-dev)
 missing=()
 for p in "${apt_packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -1,6 +1,6 @@
 #include <ovparquet/core/common/Utils.hpp>
 
-#include <ovparquet/host/error.hpp>
+#include <ovparquet/host/ustring.hpp>
 
 #include <arrow/type.h>
 
@@ -33,13 +33,9 @@ template <typename Message, typename... Args>
 void throwIfNotOk(const ::arrow::Status& status, Args... args) {
   OVPARQUET_TRACE();
   if (status.ok()) return;
-  const std::string narrow = status.ToString();
-  ustring text;
-  try {
-    text = orvane::utf8_to_ustring(narrow);
-  } catch (const orvane::HostError&) {
-    text = orvane::to_ustring(narrow);  // a broken byte in the text must not hide the error
-  }
+  // Strict on purpose and not caught: a status text that is not valid UTF-8
+  // surfaces as the host's own invalid-UTF-8 error rather than a guessed text.
+  ustring text = orvane::utf8_to_ustring(status.ToString());
   throw MessageException<Message>(makeMessage<Message>(std::move(args)..., std::move(text)));
 }
 

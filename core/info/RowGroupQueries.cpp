@@ -41,7 +41,8 @@ std::vector<std::int64_t> getNumRowGroupsAsync(std::vector<ustring> filenames) {
   std::vector<std::int64_t> counts(filenames.size(), 0);
   if (filenames.empty()) return counts;
   // Each element is written by exactly one task; the first exception cancels
-  // the loop and is rethrown here.
+  // the loop and is rethrown here. The calling thread runs tasks too: on the
+  // signal thread those check for a pending interrupt (see the header).
   tbb::parallel_for(
       tbb::blocked_range<std::size_t>(0, filenames.size()),
       [&counts, &filenames](const tbb::blocked_range<std::size_t>& range) {

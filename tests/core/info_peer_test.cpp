@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <map>
 
 namespace orvane::io::parquet::core::info {
 namespace {
@@ -72,6 +73,34 @@ TEST(ParquetInfoAgainstPyarrow, EveryGetterAgrees) {
       }
     }
   }
+}
+
+// DuckDB and fastparquet write plain-encoded chunks that list PLAIN alone;
+// the rule asks for exactly two entries, so those variables report "".
+TEST(ParquetInfoAgainstPeers, ChunksListingOnlyPlainReportNoEncoding) {
+  std::ifstream in(fixtureDir() + "/manifest.json");
+  ASSERT_TRUE(in) << "no manifest in " << fixtureDir();
+  const auto manifest = nlohmann::json::parse(in);
+  std::map<std::string, int> plainOnly;
+  for (const auto& file : manifest) {
+    if (!file.contains("writer")) continue;
+    const std::string path = fixtureDir() + "/" + file["file"].get<std::string>();
+    SCOPED_TRACE(path);
+    const ParquetInfo info(orvane::utf8_to_ustring(path));
+    const auto& variables = file["variables"];
+    ASSERT_EQ(info.getVariableEncoding().size(), variables.size());
+    for (std::size_t v = 0; v < variables.size(); ++v) {
+      const auto& variable = variables[v];
+      if (variable["hasDictionaryPage"].get<bool>() ||
+          variable["encodings"] != nlohmann::json::array({"PLAIN"})) {
+        continue;
+      }
+      EXPECT_EQ(info.getVariableEncoding()[v], "") << variable["name"];
+      ++plainOnly[file["writer"].get<std::string>()];
+    }
+  }
+  EXPECT_GT(plainOnly["duckdb"], 0);
+  EXPECT_GT(plainOnly["fastparquet"], 0);
 }
 
 }  // namespace

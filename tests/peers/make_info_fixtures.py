@@ -8,6 +8,9 @@ import json
 import os
 import sys
 
+import duckdb
+import fastparquet
+import pandas as pd
 import pyarrow as pa
 import pyarrow.parquet as pq
 
@@ -85,6 +88,18 @@ def main(out):
                     pq.write_table(table, path, version=version, compression=codec,
                                    use_dictionary=dictionary, row_group_size=1000)
                     entries.append({"file": name, **describe(path)})
+    # DuckDB and fastparquet list only PLAIN for a plain-encoded chunk (no
+    # level encoding), which the summary's narrow rule reports as "".
+    path = os.path.join(out, "duckdb_plain.parquet")
+    duckdb.sql(f"""
+        COPY (SELECT range::BIGINT AS i64, range / 3 AS f64, range % 2 = 0 AS flag FROM range(3000))
+        TO '{path}' (FORMAT parquet)""")
+    entries.append({"file": "duckdb_plain.parquet", "writer": "duckdb", **describe(path)})
+    path = os.path.join(out, "fastparquet_plain.parquet")
+    frame = pd.DataFrame({"i64": range(3000), "f64": [i / 3 for i in range(3000)],
+                          "text": [f"v{i % 50}" for i in range(3000)]})
+    fastparquet.write(path, frame, write_index=False)
+    entries.append({"file": "fastparquet_plain.parquet", "writer": "fastparquet", **describe(path)})
     path = os.path.join(out, "zero_row_groups.parquet")
     with pq.ParquetWriter(path, flat.schema):
         pass

@@ -1,7 +1,9 @@
 #include <ovparquet/core/common/ReadableWritableFile.hpp>
 #include <ovparquet/core/common/Utils.hpp>
+#include <ovparquet/core/info/RowGroupQueries.hpp>
 #include <ovparquet/host/error.hpp>
 
+#include "../../support/FailingStreams.hpp"
 #include "../../support/ParquetFiles.hpp"
 
 #include <arrow/buffer.h>
@@ -211,6 +213,63 @@ TEST_F(ReadableWritableFileTest, OtherExceptionsBecomeInvalidRead) {
     EXPECT_EQ(std::get<ustring>(e.message().arguments.at(0)), u"broken://host/file.parquet");
     EXPECT_EQ(std::get<ustring>(e.message().arguments.at(1)), u"service exploded");
   }
+}
+
+// A device error during a read leaves the stream's bad flag set: Read raises
+// ReadFailure instead of returning a count, and the failed stream's position
+// is -1 with an OK status.
+TEST_F(ReadableWritableFileTest, ABadReadRaisesReadFailureAndLeavesPositionMinusOne) {
+  ovtest::registerHandleScheme("unreadable", 4096, [] { return std::make_unique<ovtest::UnreadableHandle>(); });
+  auto file = makeReadableFilePtr(u"unreadable://disk/data.bin");
+  ASSERT_TRUE(file->Seek(100).ok());
+  EXPECT_EQ(file->Tell().ValueOrDie(), 100);
+  char out[16];
+  try {
+    (void)file->Read(16, out);
+    FAIL() << "no exception";
+  } catch (const ReadFailure& e) {
+    EXPECT_STREQ(e.what(), "Unable to read from the stream.");
+  }
+  auto position = file->Tell();
+  ASSERT_TRUE(position.ok()) << position.status().ToString();
+  EXPECT_EQ(*position, -1);
+  // The buffer form goes through the same read.
+  EXPECT_THROW((void)file->Read(16), ReadFailure);
+}
+
+// The exception is not turned into a status on its way through Arrow and
+// Parquet: the count of a file whose footer cannot be read raises it as is.
+TEST_F(ReadableWritableFileTest, ReadFailurePassesUnchangedThroughTheRowGroupCount) {
+  ovtest::registerHandleScheme("unreadable", 4096, [] { return std::make_unique<ovtest::UnreadableHandle>(); });
+  EXPECT_THROW(info::openAndGetRowGroups(u"unreadable://disk/data.parquet"), ReadFailure);
+  EXPECT_THROW(info::getNumRowGroupsSync({u"unreadable://disk/a.parquet"}), ReadFailure);
+}
+
+// A refused write is not reported by Write, but the position of the failed
+// output stream is -1, again with an OK status.
+TEST_F(ReadableWritableFileTest, PositionAfterAFailedWriteIsMinusOne) {
+  ovtest::registerHandleScheme("fulldisk", 0, [] { return std::make_unique<ovtest::FullDeviceHandle>(10); });
+  auto file = makeWritableFilePtr(u"fulldisk://disk/out.bin", CleanupPolicy::Keep);
+  ASSERT_TRUE(file->Write("0123456", 7).ok());
+  EXPECT_EQ(file->Tell().ValueOrDie(), 7);
+  EXPECT_TRUE(file->Write("789abcdef", 9).ok());
+  auto position = file->Tell();
+  ASSERT_TRUE(position.ok()) << position.status().ToString();
+  EXPECT_EQ(*position, -1);
+}
+
+// The handle is closed, detached and, still reporting itself open, closed
+// again; that second close raises and the error is dropped.
+TEST_F(ReadableWritableFileTest, CloseSwallowsAFailingSecondClose) {
+  auto closes = std::make_shared<std::atomic<int>>(0);
+  ovtest::registerHandleScheme("stubborn", 3, [closes] { return std::make_unique<ovtest::StubbornHandle>(closes); });
+  auto file = makeReadableFilePtr(u"stubborn://disk/data.bin");
+  EXPECT_FALSE(file->closed());
+  ::arrow::Status status;
+  ASSERT_NO_THROW(status = file->Close());
+  EXPECT_TRUE(status.ok()) << status.ToString();
+  EXPECT_EQ(closes->load(), 2);
+  EXPECT_TRUE(file->closed());
 }
 
 }  // namespace

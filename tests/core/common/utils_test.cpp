@@ -1,5 +1,6 @@
 #include <ovparquet/core/common/Utils.hpp>
 
+#include "../../support/HostErrors.hpp"
 #include "../../support/LogCapture.hpp"
 
 #include <arrow/api.h>
@@ -59,6 +60,24 @@ TEST(ThrowHelpers, WriteSideUsesInvalidWrite) {
     EXPECT_EQ(std::get<ustring>(e.message().arguments.at(0)), u"out.parquet");
     EXPECT_EQ(std::get<ustring>(e.message().arguments.at(1)), u"Invalid: Inconsistent Schema");
   }
+}
+
+// The status text is converted strictly and the helpers catch nothing: a text
+// that is not UTF-8 surfaces as the host's own conversion error, on both sides,
+// and the scope is left with the throw mark.
+TEST(ThrowHelpers, StatusTextWithInvalidUtf8RaisesTheHostConversionError) {
+  const auto status = ::arrow::Status::IOError("bad \xff byte");  // "IOError: " puts 0xff at 13
+  ovtest::LogCapture log(orvane::log::kScopeEntry | orvane::log::kScopeExit);
+  const auto [readId, readText] = ovtest::hostError([&] { throwReadExceptIfNotOk(status, u"in.parquet"); });
+  EXPECT_EQ(readId, "ORVANE:host:InvalidUtf8");
+  EXPECT_NE(readText.find("at byte 13"), std::string::npos) << readText;
+  const auto [writeId, writeText] = ovtest::hostError([&] { throwWriteExceptIfNotOk(status, u"out.parquet"); });
+  EXPECT_EQ(writeId, "ORVANE:host:InvalidUtf8");
+  bool throwMark = false;
+  for (const auto& r : log.records()) {
+    if (r.find("throwIfNotOk") != std::string::npos && r.find("[throw]") != std::string::npos) throwMark = true;
+  }
+  EXPECT_TRUE(throwMark);
 }
 
 TEST(ThrowHelpers, PlainTextHelpersKeepTheirArgumentTypes) {

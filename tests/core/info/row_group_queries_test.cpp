@@ -3,17 +3,17 @@
 #include <ovparquet/host/error.hpp>
 #include <ovparquet/host/interrupt.hpp>
 
+#include "../../support/LogCapture.hpp"
 #include "../../support/ParquetFiles.hpp"
 
 #include <arrow/api.h>
 #include <gtest/gtest.h>
 #include <parquet/arrow/reader.h>
+#include <parquet/exception.h>
 #include <parquet/file_reader.h>
 #include <parquet/schema.h>
-#include <tbb/task_arena.h>
-#include <tbb/task_scheduler_observer.h>
 
-#include <atomic>
+#include <thread>
 
 namespace orvane::io::parquet::core {
 namespace {
@@ -22,6 +22,14 @@ using orvane::utf8_to_ustring;
 
 std::shared_ptr<::parquet::FileMetaData> metadataOf(const std::string& path) {
   return ::parquet::ParquetFileReader::OpenFile(path)->metadata();
+}
+
+// A table of rows but no columns, as pyarrow writes it (its writer is this
+// one): one row group whose column list is empty.
+void writeZeroColumnFile(const std::string& path) {
+  const auto table = ::arrow::Table::Make(::arrow::schema(::arrow::FieldVector{}),
+                                          std::vector<std::shared_ptr<::arrow::ChunkedArray>>{}, 3);
+  ovtest::writeParquet(path, *table, 10);
 }
 
 class RowGroupQueries : public testing::Test {
@@ -35,34 +43,11 @@ TEST_F(RowGroupQueries, CountsOneFile) {
   EXPECT_EQ(info::openAndGetRowGroups(utf8_to_ustring(path)), 7);
 }
 
-TEST_F(RowGroupQueries, EmptyListGivesEmptyResultsAndNoParallelWork) {
+// (That the parallel form starts no parallel work for an empty list is
+// checked in parallel_count_probe_test.cpp, which can observe it.)
+TEST_F(RowGroupQueries, EmptyListGivesEmptyResults) {
   EXPECT_TRUE(info::getNumRowGroupsSync({}).empty());
-
-  // Workers that join an arena are seen by an observer of that arena.
-  struct WorkerCounter : tbb::task_scheduler_observer {
-    explicit WorkerCounter(tbb::task_arena& arena) : tbb::task_scheduler_observer(arena) { observe(true); }
-    void on_scheduler_entry(bool isWorker) override {
-      if (isWorker) ++workers;
-    }
-    std::atomic<int> workers{0};
-  };
-  tbb::task_arena arena(2);
-  WorkerCounter counter(arena);
-  std::vector<std::int64_t> counts{1};
-  arena.execute([&] { counts = info::getNumRowGroupsAsync({}); });
-  EXPECT_TRUE(counts.empty());
-  EXPECT_EQ(counter.workers.load(), 0);
-
-  // The same observer does see workers for a real list.
-  const auto path = mDir.file("one.parquet");
-  ovtest::writeParquet(path, *ovtest::makeSimpleTable(4), 2);
-  // (A loaded machine may finish a round before a worker joins: retry.)
-  std::vector<ustring> names(200, utf8_to_ustring(path));
-  for (int round = 0; round < 50 && counter.workers.load() == 0; ++round) {
-    arena.execute([&] { counts = info::getNumRowGroupsAsync(names); });
-    EXPECT_EQ(counts, std::vector<std::int64_t>(200, 2));
-  }
-  EXPECT_GT(counter.workers.load(), 0);
+  EXPECT_TRUE(info::getNumRowGroupsAsync({}).empty());
 }
 
 TEST_F(RowGroupQueries, ZeroRowGroups) {
@@ -142,6 +127,85 @@ TEST_F(RowGroupQueries, PendingInterruptIsRaisedOnTheSignalThreadOnly) {
   EXPECT_EQ(count, 3);
   EXPECT_TRUE(orvane::isInterruptPending());
   orvane::clearInterrupt();
+}
+
+// oneTBB lets the calling thread run part of the loop. When that thread is
+// the signal thread, the files it counts itself do check the flag, so a
+// pending interrupt is raised from inside the loop and ends the count.
+TEST_F(RowGroupQueries, ParallelCountOnTheSignalThreadRaisesAPendingInterrupt) {
+  std::vector<ustring> names;
+  for (int i = 0; i < 8; ++i) {
+    const auto path = mDir.file("p" + std::to_string(i) + ".parquet");
+    ovtest::writeParquet(path, *ovtest::makeSimpleTable(3), 1);
+    names.push_back(utf8_to_ustring(path));
+  }
+  orvane::markSignalThread();
+  orvane::requestInterrupt();
+  EXPECT_THROW(info::getNumRowGroupsAsync(names), orvane::InterruptError);
+  EXPECT_FALSE(orvane::isInterruptPending());
+  // Without a pending interrupt the same call counts every file.
+  EXPECT_EQ(info::getNumRowGroupsAsync(names), std::vector<std::int64_t>(8, 3));
+}
+
+TEST_F(RowGroupQueries, ARowGroupWithoutColumnsRaisesTheParquetLibrarysException) {
+  const auto path = mDir.file("nocolumns.parquet");
+  writeZeroColumnFile(path);
+  const auto metadata = metadataOf(path);
+  ASSERT_EQ(metadata->num_columns(), 0);
+  ASSERT_EQ(metadata->num_row_groups(), 1);
+  // The library's own exception for that row group, to compare with.
+  std::string libraryText;
+  try {
+    (void)metadata->RowGroup(0)->ColumnChunk(0);
+  } catch (const ::parquet::ParquetException& e) {
+    libraryText = e.what();
+  }
+  ASSERT_NE(libraryText.find("requested metadata for column: 0"), std::string::npos) << libraryText;
+
+  const auto expectSame = [&](auto&& call) {
+    try {
+      call();
+      ADD_FAILURE() << "no exception";
+    } catch (const ::parquet::ParquetException& e) {
+      EXPECT_EQ(e.what(), libraryText);
+    }
+  };
+  expectSame([&] { (void)read::calculateRowGroupOffset(*metadata->RowGroup(0)); });
+  expectSame([&] { (void)info::getRowGroupOffsets(*metadata); });
+  // The other queries do not touch the column chunks.
+  EXPECT_EQ(info::getRowGroupHeights(*metadata), std::vector<std::int64_t>{metadata->RowGroup(0)->num_rows()});
+  EXPECT_EQ(info::openAndGetRowGroups(utf8_to_ustring(path)), 1);
+}
+
+// These queries write no trace of their own; what a count records comes from
+// opening the file and checking its status.
+TEST_F(RowGroupQueries, NoQueryWritesATrace) {
+  const auto path = mDir.file("t.parquet");
+  ovtest::writeParquet(path, *ovtest::makeSimpleTable(25), 10);
+  const auto metadata = metadataOf(path);
+  const auto schema = ::arrow::schema({::arrow::field("a", ::arrow::int64())});
+  ovtest::LogCapture log(orvane::log::kAllSeverities);
+  EXPECT_EQ(info::getRowGroupHeights(*metadata).size(), 3u);
+  EXPECT_EQ(info::getRowGroupOffsets(*metadata).size(), 3u);
+  (void)read::calculateRowGroupOffset(*metadata->RowGroup(1));
+  EXPECT_EQ(read::getNumRowGroups(*metadata), 3.0);
+  EXPECT_EQ(info::getVariableNames(schema).size(), 1u);
+  EXPECT_EQ(info::getVariableTypes(schema).size(), 1u);
+  EXPECT_EQ(log.records(), std::vector<std::string>{});
+
+  const auto name = utf8_to_ustring(path);
+  EXPECT_EQ(info::openAndGetRowGroups(name), 3);
+  EXPECT_EQ(info::getNumRowGroupsSync({name, name}), (std::vector<std::int64_t>{3, 3}));
+  EXPECT_EQ(info::getNumRowGroupsAsync({name, name}), (std::vector<std::int64_t>{3, 3}));
+  const auto records = log.records();
+  ASSERT_FALSE(records.empty());
+  for (const auto& record : records) {
+    const bool fromOpening = record.find("common::makeReadableFilePtr(") != std::string::npos ||
+                             record.find(" filename=") != std::string::npos;
+    const bool fromChecking = record.find("common::throwReadExceptIfNotOk(") != std::string::npos ||
+                              record.find("common::throwIfNotOk(") != std::string::npos;
+    EXPECT_TRUE(fromOpening || fromChecking) << record;
+  }
 }
 
 TEST_F(RowGroupQueries, HeightsAndOffsets) {

@@ -83,8 +83,9 @@ class ScopeTrace {
 
   Logger& (*mLogger)();
   const char* mSignature;
-  const char* mFile;
-  int mLine;
+  // Kept with the trace for debuggers; records carry the signature only.
+  [[maybe_unused]] const char* mFile;
+  [[maybe_unused]] int mLine;
   int mUncaughtExceptions = 0;
   bool mEnabled;
 };

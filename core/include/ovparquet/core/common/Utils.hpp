@@ -26,7 +26,10 @@ namespace orvane::io::parquet::core::common {
 [[noreturn]] void throwInternalUnsupportedParquetTypeException(const std::string& typeText);
 
 // Returns when the status is OK; otherwise throws MessageException<Message>
-// with `args...` followed by the status's ToString() text as ustring.
+// with `args...` followed by the status's ToString() text as ustring. The
+// text is converted strictly: invalid UTF-8 in it raises the host's
+// "InvalidUtf8" error instead, as any failure while building the message
+// propagates as itself.
 template <typename Message, typename... Args>
 void throwIfNotOk(const ::arrow::Status& status, Args... args);
 

@@ -21,7 +21,15 @@ int openAndGetRowGroups(const ustring& filename);
 
 // Row-group counts of many files, in list order; the first failure ends the
 // call. The parallel form runs the files as oneTBB tasks in the caller's
-// task arena.
+// task arena and starts no parallel work for an empty list.
+//
+// Interrupts in the parallel form: only the host's signal thread looks at the
+// interrupt flag, and oneTBB lets the calling thread run part of the loop
+// itself. Called from any other thread, the count never checks, and an
+// interrupt takes effect only after the loop returns. Called from the signal
+// thread, the files that thread counts itself do check, so a pending
+// interrupt is raised from inside the loop, cancels the rest of it and
+// propagates like any other failure.
 std::vector<std::int64_t> getNumRowGroupsSync(std::vector<ustring> filenames);
 std::vector<std::int64_t> getNumRowGroupsAsync(std::vector<ustring> filenames);
 

@@ -1,0 +1,32 @@
+// Fuzz support: hands the fuzzer's bytes to the core through the host file
+// system, so that the file adapter and the stream are inside the fuzzed path.
+// The bytes are served by an in-memory scheme; each input is one file.
+#pragma once
+
+#include <ovparquet/host/ustring.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <exception>
+
+namespace ovfuzz {
+
+// Registers the in-memory scheme and quiets everything that would only slow
+// the fuzzer down (one decoding thread, no log). Call once.
+void initialise();
+
+// The name under which `data` can be opened until the next call.
+orvane::ustring serve(const std::uint8_t* data, std::size_t size);
+
+// Runs `body`. Failures are expected of files from strangers and end the
+// input quietly when they come as exceptions; anything else (a crash, a
+// sanitizer report, an exception of no standard type) is a finding.
+template <typename Body>
+void expectingFailures(Body&& body) {
+  try {
+    body();
+  } catch (const std::exception&) {
+  }
+}
+
+}  // namespace ovfuzz
