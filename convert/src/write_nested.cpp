@@ -98,35 +98,49 @@ std::shared_ptr<::arrow::ArrayData> writeBinary(Pieces pieces, std::int64_t rows
                                   nullCount);
 }
 
-// The list type to write: the recorded one when the values fit it (same
-// value type, no null where it allows none), else a list of the values' type.
+// The recorded field with the values' type: its name kept, "not null" only
+// while the values have no null.
+std::shared_ptr<::arrow::Field> fieldLike(const std::shared_ptr<::arrow::Field>& recorded,
+                                          const ::arrow::ArrayData& values) {
+  if (recorded->type()->Equals(*values.type) &&
+      (recorded->nullable() || values.GetNullCount() == 0)) {
+    return recorded;
+  }
+  return ::arrow::field(recorded->name(), values.type,
+                        recorded->nullable() || values.GetNullCount() != 0);
+}
+
+// The list type to write: the recorded list or large_list (its element
+// field's name kept) around the values' type, else a list of it.
 std::shared_ptr<::arrow::DataType> listType(const ::arrow::DataType* origin,
                                             const ::arrow::ArrayData& values) {
   if (origin != nullptr && origin->id() == ::arrow::Type::LIST) {
-    const auto& field = static_cast<const ::arrow::ListType&>(*origin).value_field();
-    if (field->type()->Equals(*values.type) && (field->nullable() || values.GetNullCount() == 0)) {
-      return origin->GetSharedPtr();
-    }
+    const auto& recorded = static_cast<const ::arrow::ListType&>(*origin).value_field();
+    auto field = fieldLike(recorded, values);
+    return field == recorded ? origin->GetSharedPtr() : ::arrow::list(std::move(field));
+  }
+  if (origin != nullptr && origin->id() == ::arrow::Type::LARGE_LIST) {
+    const auto& recorded = static_cast<const ::arrow::LargeListType&>(*origin).value_field();
+    auto field = fieldLike(recorded, values);
+    return field == recorded ? origin->GetSharedPtr() : ::arrow::large_list(std::move(field));
   }
   return ::arrow::list(values.type);
 }
 
 // The map type a cell of "Key"/"Value" tables goes back to: the recorded map
-// type when the entries fit it (same key and item types, no missing key), or
-// null.
+// (names, sortedness) around the entries' key and item types, or null when
+// the cell was not a map or a key is missing.
 std::shared_ptr<::arrow::DataType> mapType(const ::arrow::DataType* origin,
                                            const ::arrow::ArrayData& values) {
   if (origin == nullptr || origin->id() != ::arrow::Type::MAP) return nullptr;
   const auto& map = static_cast<const ::arrow::MapType&>(*origin);
-  if (values.type->id() == ::arrow::Type::NA) return origin->GetSharedPtr();
+  if (values.type->Equals(*map.value_type())) return origin->GetSharedPtr();
   if (values.type->id() != ::arrow::Type::STRUCT || values.child_data.size() != 2) return nullptr;
-  if (values.GetNullCount() != 0) return nullptr;
-  const auto& keys = *values.child_data[0];
-  const auto& items = *values.child_data[1];
-  if (!keys.type->Equals(*map.key_type()) || keys.GetNullCount() != 0) return nullptr;
-  if (!items.type->Equals(*map.item_type())) return nullptr;
-  if (!map.item_field()->nullable() && items.GetNullCount() != 0) return nullptr;
-  return origin->GetSharedPtr();
+  if (values.GetNullCount() != 0 || values.child_data[0]->GetNullCount() != 0) return nullptr;
+  auto key = ::arrow::field(map.key_field()->name(), values.child_data[0]->type, false);
+  auto item = fieldLike(map.item_field(), *values.child_data[1]);
+  auto entries = ::arrow::field(map.value_field()->name(), ::arrow::struct_({key, item}), false);
+  return valueOrThrow(::arrow::MapType::Make(std::move(entries), map.keys_sorted()));
 }
 
 }  // namespace
@@ -193,9 +207,6 @@ std::shared_ptr<::arrow::ArrayData> writeCell(Pieces pieces, std::int64_t rows,
     values = values->Copy();
     values->type = static_cast<const ::arrow::MapType&>(*map).value_type();
     type = std::move(map);
-  } else if (large && origin->id() == ::arrow::Type::LARGE_LIST &&
-             static_cast<const ::arrow::LargeListType&>(*origin).value_type()->Equals(*values->type)) {
-    type = origin->GetSharedPtr();
   } else {
     type = listType(origin, *values);
   }
