@@ -74,8 +74,10 @@ namespace orvane::io::arrow::core {
 //                                int32; large_string values as string)
 //   dictionary of other values   the values' own type (decoded)
 //   null                         double, every element missing
-//   struct fields, list elements nullable: the host keeps no "not null"
-//   or map items declared not null
+//   struct fields declared       nullable: a nested table keeps no "not
+//   not null                     null" (list elements and map items keep
+//                                theirs, from the cell's record, while they
+//                                hold no null)
 //
 // Anything that is not a well-formed host table fails with a status naming
 // the variable and the reason (a TableErrorStatusDetail carries the top-level
