@@ -84,7 +84,7 @@ std::shared_ptr<arrow::Table> mixedTable(int64_t rows) {
                                  arrow::default_memory_pool());
   arrow::Int8Builder passengers;
   arrow::DoubleBuilder distance, fare, tip;
-  arrow::StringDictionaryBuilder payment;
+  arrow::StringDictionary32Builder payment;
   arrow::StringBuilder zone;
   arrow::BooleanBuilder flag;
   static const char* const kPayments[] = {"card", "cash", "no charge", "dispute", "unknown"};

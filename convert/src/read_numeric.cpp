@@ -5,11 +5,11 @@
 #include <arrow/util/decimal.h>
 #include <arrow/util/float16.h>
 
-#include <charconv>
+#include <cstdlib>
 #include <cstring>
-#include <string>
 #include <limits>
 #include <stdexcept>
+#include <string>
 #include <type_traits>
 
 namespace orvane::io::arrow::core::detail {
@@ -112,9 +112,9 @@ double decimalToDouble(const Decimal& value, std::int32_t scale) {
   std::string text = value.ToIntegerString();
   text += 'e';
   text += std::to_string(-static_cast<std::int64_t>(scale));
-  double result = 0;
-  std::from_chars(text.data(), text.data() + text.size(), result);
-  return result;
+  // strtod rather than from_chars: beyond the range of doubles it gives the
+  // infinity (or zero) of the right sign instead of no value.
+  return std::strtod(text.c_str(), nullptr);
 }
 
 template <typename Decimal>

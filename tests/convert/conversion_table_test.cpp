@@ -13,6 +13,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 #include <random>
 
 namespace convert_test {
@@ -241,6 +242,19 @@ TEST(ConversionTable, DecimalsBecomeTheNearestDouble) {
         EXPECT_EQ(values[i], std::strtod(text.c_str(), nullptr)) << type->ToString() << " " << text;
       }
     }
+  }
+  // Beyond the range of doubles: infinities of the value's sign, and zero.
+  {
+    a::Decimal256Builder huge(a::decimal256(76, -300));
+    ASSERT_TRUE(huge.Append(unwrap(a::Decimal256::FromString(std::string(70, '9')))).ok());
+    ASSERT_TRUE(huge.Append(unwrap(a::Decimal256::FromString("-" + std::string(70, '9')))).ok());
+    auto host = unwrap(to_orvane(unwrap(huge.Finish())));
+    EXPECT_EQ(ovGetTypedData<double>(host.get())[0], std::numeric_limits<double>::infinity());
+    EXPECT_EQ(ovGetTypedData<double>(host.get())[1], -std::numeric_limits<double>::infinity());
+    a::Decimal256Builder tiny(a::decimal256(76, 400));
+    ASSERT_TRUE(tiny.Append(unwrap(a::Decimal256::FromString("1"))).ok());
+    host = unwrap(to_orvane(unwrap(tiny.Finish())));
+    EXPECT_EQ(ovGetTypedData<double>(host.get())[0], 0.0);
   }
   // The value the issue was found with.
   auto host = unwrap(to_orvane(fromJson(a::decimal128(18, 4), "[\"-8602.6138\"]")));
