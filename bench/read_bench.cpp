@@ -1,7 +1,14 @@
 // Reading whole files into host arrays (file adapter, decoding, conversion)
 // against Arrow's own ReadTable through Arrow's local file, on the same
 // files in one run: numeric-heavy (10M rows x 8 double and int64 columns),
-// string-heavy (2M rows x 4 string columns) and nested (lists and structs).
+// string-heavy (2M rows x 4 string columns), nested (lists and structs) and
+// mixed records (5M trip records). The files stay in
+// $TMPDIR/ovparquet-read-bench for bench/peers_read.py, which reads them with
+// the peers and removes them.
+//
+//   read_bench            every kind, timed
+//   read_bench ours FILE  one whole read into host arrays (for /usr/bin/time)
+//   read_bench arrow FILE one Arrow ReadTable
 #include <ovparquet/core/read/RowGroupParquetReader.hpp>
 
 #include <arrow/api.h>
@@ -70,6 +77,42 @@ std::shared_ptr<arrow::Table> nestedTable(int64_t rows) {
   return arrow::Table::Make(schema, {lists.Finish().ValueOrDie(), points.Finish().ValueOrDie()});
 }
 
+// Trip records: a zoned timestamp, a small integer with nulls, doubles, a
+// dictionary-encoded and a plain string column, and booleans.
+std::shared_ptr<arrow::Table> mixedTable(int64_t rows) {
+  arrow::TimestampBuilder pickup(arrow::timestamp(arrow::TimeUnit::MICRO, "America/New_York"),
+                                 arrow::default_memory_pool());
+  arrow::Int8Builder passengers;
+  arrow::DoubleBuilder distance, fare, tip;
+  arrow::StringDictionary32Builder payment;
+  arrow::StringBuilder zone;
+  arrow::BooleanBuilder flag;
+  static const char* const kPayments[] = {"card", "cash", "no charge", "dispute", "unknown"};
+  for (int64_t i = 0; i < rows; ++i) {
+    (void)pickup.Append(1'700'000'000'000'000LL + i * 1'000'003LL);
+    if (i % 17 == 0) {
+      (void)passengers.AppendNull();
+    } else {
+      (void)passengers.Append(static_cast<int8_t>(1 + i % 6));
+    }
+    (void)distance.Append(static_cast<double>(i % 3000) * 0.01);
+    (void)fare.Append(2.5 + static_cast<double>(i % 9000) * 0.05);
+    (void)tip.Append(static_cast<double>(i % 700) * 0.01);
+    (void)payment.Append(kPayments[i % 5]);
+    (void)zone.Append("zone " + std::to_string((i * 7919) % 265));
+    (void)flag.Append(i % 3 == 0);
+  }
+  auto schema = arrow::schema({arrow::field("pickup", pickup.type()), arrow::field("passengers", arrow::int8()),
+                               arrow::field("distance", arrow::float64()), arrow::field("fare", arrow::float64()),
+                               arrow::field("tip", arrow::float64()),
+                               arrow::field("payment", arrow::dictionary(arrow::int32(), arrow::utf8())),
+                               arrow::field("zone", arrow::utf8()), arrow::field("flag", arrow::boolean())});
+  return arrow::Table::Make(schema, {pickup.Finish().ValueOrDie(), passengers.Finish().ValueOrDie(),
+                                     distance.Finish().ValueOrDie(), fare.Finish().ValueOrDie(),
+                                     tip.Finish().ValueOrDie(), payment.Finish().ValueOrDie(),
+                                     zone.Finish().ValueOrDie(), flag.Finish().ValueOrDie()});
+}
+
 void write(const arrow::Table& table, const std::string& path) {
   auto sink = arrow::io::FileOutputStream::Open(path).ValueOrDie();
   auto properties = parquet::WriterProperties::Builder().compression(arrow::Compression::SNAPPY)->build();
@@ -99,15 +142,25 @@ void run(const char* label, const std::shared_ptr<arrow::Table>& table, const st
   const double ours = bestSeconds(5, [&] { readWithOurs(path); });
   std::printf("%-8s %8.1f MB  host arrays %8.1f ms   Arrow ReadTable %8.1f ms   ratio %.2fx\n", label,
               static_cast<double>(std::filesystem::file_size(path)) / 1e6, ours * 1e3, arrow * 1e3, ours / arrow);
-  std::filesystem::remove(path);
 }
 
 }  // namespace
 
-int main() {
-  const auto dir = std::filesystem::temp_directory_path();
-  run("numeric", numericTable(10'000'000), (dir / "ovparquet-read-bench-numeric.parquet").string());
-  run("strings", stringTable(2'000'000), (dir / "ovparquet-read-bench-strings.parquet").string());
-  run("nested", nestedTable(2'000'000), (dir / "ovparquet-read-bench-nested.parquet").string());
+int main(int argc, char** argv) {
+  if (argc == 3) {
+    const std::string what = argv[1];
+    if (what == "ours") {
+      readWithOurs(argv[2]);
+    } else {
+      readWithArrow(argv[2]);
+    }
+    return 0;
+  }
+  const auto dir = std::filesystem::temp_directory_path() / "ovparquet-read-bench";
+  std::filesystem::create_directories(dir);
+  run("numeric", numericTable(10'000'000), (dir / "numeric.parquet").string());
+  run("strings", stringTable(2'000'000), (dir / "strings.parquet").string());
+  run("nested", nestedTable(2'000'000), (dir / "nested.parquet").string());
+  run("mixed", mixedTable(5'000'000), (dir / "mixed.parquet").string());
   return 0;
 }

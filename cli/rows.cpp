@@ -119,7 +119,25 @@ unique_ovarray_ptr gatherCells(const std::vector<RowPick>& pieces, std::size_t n
       ++i;
     }
   }
+  // The cell keeps what its rows were read from (a list, map or binary type).
+  ovSetOrigin(out.get(), ovGetOrigin(pieces.front().source));
   return out;
+}
+
+// Copies the missing records of the picked rows of nested tables.
+void copyMissingRows(const std::vector<RowPick>& pieces, ovArray* out) {
+  std::size_t i = 0;
+  std::uint8_t* mask = nullptr;
+  for (const auto& p : pieces) {
+    const std::uint8_t* src = ovTableMissingRows(p.source);
+    for (const std::size_t r : p.rows) {
+      if (src != nullptr && src[r] != 0) {
+        if (mask == nullptr) mask = ovTableAllocMissingRows(out);
+        mask[i] = 1;
+      }
+      ++i;
+    }
+  }
 }
 
 }  // namespace
@@ -137,7 +155,9 @@ unique_ovarray_ptr gatherColumn(const std::vector<RowPick>& pieces) {
   if (ovIsTable(first)) {
     std::vector<std::size_t> all(ovTableNumVariables(first));
     std::iota(all.begin(), all.end(), std::size_t{0});
-    return gatherTable(pieces, all);
+    auto table = gatherTable(pieces, all);
+    copyMissingRows(pieces, table.get());
+    return table;
   }
   unique_ovarray_ptr out;
   switch (ovGetClassID(first)) {
@@ -177,7 +197,10 @@ unique_ovarray_ptr gatherTable(const std::vector<RowPick>& pieces, const std::ve
     columns.push_back(gatherColumn(columnPieces));
     names.push_back(ovTableName(first, v));
   }
-  return ovCreateTable(std::move(columns), names);
+  auto table = ovCreateTable(std::move(columns), names);
+  // What the table was read from (its file's key-value metadata) stays with it.
+  if (first != nullptr) ovSetOrigin(table.get(), ovGetOrigin(first));
+  return table;
 }
 
 unique_ovarray_ptr emptyTable(const std::vector<orvane::ustring>& names) {

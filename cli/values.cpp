@@ -68,15 +68,15 @@ std::string datetimeText(std::int64_t ticks, ovTimeUnit unit, const std::optiona
 std::string durationText(std::int64_t ticks, ovTimeUnit unit) { return ovDurationText(ticks, unit); }
 
 bool isMissingValue(const ovArray* column, std::size_t row) {
-  if (ovIsTable(column)) return false;
+  if (ovIsTable(column)) return ovTableIsRowMissing(column, row);
   if (ovIsCell(column)) return ovGetCell(column, row) == nullptr;
   if (ovIsStruct(column)) return false;
   return ovIsMissing(column, row);
 }
 
 std::string valueText(const ovArray* column, std::size_t row) {
-  if (ovIsTable(column)) return recordText(column, row);
   if (isMissingValue(column, row)) return "";
+  if (ovIsTable(column)) return recordText(column, row);
   switch (ovGetClassID(column)) {
     case ovClassID::Double: return doubleText(at<double>(column, row));
     case ovClassID::Single: return floatText(at<float>(column, row));
@@ -110,13 +110,14 @@ std::string valueText(const ovArray* column, std::size_t row) {
       orvane::append_utf16_replacing(ovGetStringView(categories, static_cast<std::size_t>(code)), out);
       return out;
     }
-    case ovClassID::Cell: return ovArrayToInlineText(ovGetCell(column, row));
+    case ovClassID::Cell: return ovListToInlineText(ovGetCell(column, row));
     case ovClassID::Struct: break;
   }
   return ovArrayToInlineText(column);
 }
 
 nlohmann::ordered_json valueJson(const ovArray* column, std::size_t row) {
+  if (isMissingValue(column, row)) return nullptr;
   if (ovIsTable(column)) {
     auto record = nlohmann::ordered_json::object();
     const std::size_t n = ovTableNumVariables(column);
@@ -125,7 +126,6 @@ nlohmann::ordered_json valueJson(const ovArray* column, std::size_t row) {
     }
     return record;
   }
-  if (isMissingValue(column, row)) return nullptr;
   const auto number = [](auto value) -> nlohmann::ordered_json {
     if (!std::isfinite(static_cast<double>(value))) return nullptr;
     return value;

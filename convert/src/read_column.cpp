@@ -5,6 +5,7 @@
 #include <ovparquet/convert/to_orvane.hpp>
 
 #include "common.hpp"
+#include "origin.hpp"
 #include "read_internal.hpp"
 
 #include <ovparquet/host/ustring.hpp>
@@ -29,6 +30,12 @@ void ReadContext::invalid(const std::string& what) const {
   if (!mFilename.empty()) message += " of '" + mFilename + "'";
   message += ": " + what;
   throw ConversionError(make_table_error(::arrow::StatusCode::Invalid, mColumn, message));
+}
+
+const std::shared_ptr<const ovOrigin>& ReadContext::cellOrigin(const ::arrow::DataType& type) {
+  auto& origin = mOrigins[&type];
+  if (!origin) origin = std::make_shared<ArrowTypeOrigin>(type.GetSharedPtr());
+  return origin;
 }
 
 unique_ovarray_ptr readColumn(const ::arrow::DataType& type, Segments segments,
@@ -63,7 +70,7 @@ unique_ovarray_ptr readColumn(const ::arrow::DataType& type, Segments segments,
     case Type::BINARY:
     case Type::LARGE_BINARY:
     case Type::FIXED_SIZE_BINARY:
-      return readBinary(type, segments, rows, parentMissing);
+      return readBinary(type, segments, rows, parentMissing, context);
     case Type::DATE32:
     case Type::DATE64:
     case Type::TIMESTAMP:
@@ -138,7 +145,11 @@ unique_ovarray_ptr readChunks(const std::shared_ptr<::arrow::DataType>& type,
           detail::readChunks(column->type(), column->chunks(), column->length(), context));
       names.push_back(orvane::to_ustring(field->name()));
     }
-    return ovCreateTable(std::move(columns), names);
+    auto host = ovCreateTable(std::move(columns), names);
+    if (const auto& metadata = schema->metadata(); metadata && metadata->size() != 0) {
+      ovSetOrigin(host.get(), std::make_shared<detail::SchemaMetadataOrigin>(metadata));
+    }
+    return host;
   });
 }
 

@@ -61,10 +61,16 @@ class ReadContext {
   };
   std::unordered_map<const ::arrow::ArrayData*, Categories> categoryCache;
 
+  // The origin recorded on the cell arrays made from columns of `type`: one
+  // record shared by every cell of a column (and by the per-row cells of
+  // nested lists).
+  const std::shared_ptr<const ovOrigin>& cellOrigin(const ::arrow::DataType& type);
+
  private:
   std::string mColumn;
   std::string mFilename;
   std::uint64_t mInvalidUtf8Values = 0;
+  std::unordered_map<const ::arrow::DataType*, std::shared_ptr<const ovOrigin>> mOrigins;
 };
 
 // Rows of a column that are missing because an enclosing struct row is null:
@@ -91,7 +97,8 @@ unique_ovarray_ptr readString(const ::arrow::DataType& type, Segments segments,
                               std::size_t rows, ParentMissing parentMissing,
                               ReadContext& context);
 unique_ovarray_ptr readBinary(const ::arrow::DataType& type, Segments segments,
-                              std::size_t rows, ParentMissing parentMissing);
+                              std::size_t rows, ParentMissing parentMissing,
+                              ReadContext& context);
 unique_ovarray_ptr readDictionary(const ::arrow::DictionaryType& type, Segments segments,
                                   std::size_t rows, ParentMissing parentMissing,
                                   ReadContext& context);

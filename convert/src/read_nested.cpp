@@ -4,6 +4,8 @@
 
 #include <ovparquet/host/ustring.hpp>
 
+#include <cstring>
+
 namespace orvane::io::arrow::core::detail {
 namespace {
 
@@ -32,6 +34,9 @@ unique_ovarray_ptr readLists(const ::arrow::DataType& type, Segments segments, s
                           : readColumn(valueType, Segments(&slice, 1), length, nullptr, context));
     }
   }
+  // The cell remembers its type, so that it converts back to it even without
+  // an element to tell the value type by.
+  ovSetOrigin(cell.get(), context.cellOrigin(type));
   return cell;
 }
 
@@ -49,7 +54,7 @@ unique_ovarray_ptr readStruct(const ::arrow::StructType& type, Segments segments
                               std::size_t rows, ParentMissing parentMissing,
                               ReadContext& context, const std::vector<orvane::ustring>* names) {
   if (type.num_fields() == 0) context.unsupported(type);
-  // A null struct row is missing in every field.
+  // A null struct row is a missing record, and missing in every field too.
   const std::vector<std::uint8_t> missing = missingRows(segments, rows, parentMissing);
   const ParentMissing fieldMissing = missing.empty() ? nullptr : missing.data();
   std::vector<unique_ovarray_ptr> columns;
@@ -69,7 +74,9 @@ unique_ovarray_ptr readStruct(const ::arrow::StructType& type, Segments segments
     columnNames.push_back(names ? (*names)[static_cast<std::size_t>(k)]
                                 : orvane::to_ustring(type.field(k)->name()));
   }
-  return ovCreateTable(std::move(columns), columnNames);
+  auto table = ovCreateTable(std::move(columns), columnNames);
+  if (!missing.empty()) std::memcpy(ovTableAllocMissingRows(table.get()), missing.data(), rows);
+  return table;
 }
 
 }  // namespace orvane::io::arrow::core::detail

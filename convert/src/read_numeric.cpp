@@ -5,9 +5,11 @@
 #include <arrow/util/decimal.h>
 #include <arrow/util/float16.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <stdexcept>
+#include <string>
 #include <type_traits>
 
 namespace orvane::io::arrow::core::detail {
@@ -83,6 +85,38 @@ unique_ovarray_ptr readConverted(Segments segments, std::size_t rows,
   return array;
 }
 
+// Powers of ten that doubles hold exactly.
+constexpr double kExactPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                        1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                        1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
+// The double nearest to unscaled * 10^-scale. When both the unscaled value
+// and the power of ten are exact doubles, one division (or multiplication)
+// rounds correctly; otherwise the decimal text is parsed, which rounds
+// correctly too.
+template <typename Decimal>
+double decimalToDouble(const Decimal& value, std::int32_t scale) {
+  constexpr std::int64_t kExactIntegers = std::int64_t{1} << 53;
+  // The value fits in an int64 when every word above the lowest is the sign
+  // extension of the lowest.
+  const auto words = value.little_endian_array();
+  const auto low = static_cast<std::int64_t>(words[0]);
+  const std::uint64_t extension = low < 0 ? ~std::uint64_t{0} : 0;
+  bool small = true;
+  for (std::size_t w = 1; w < words.size(); ++w) small = small && words[w] == extension;
+  if (small && low > -kExactIntegers && low < kExactIntegers) {
+    const auto unscaled = static_cast<double>(low);
+    if (scale >= 0 && scale <= 22) return unscaled / kExactPowersOfTen[scale];
+    if (scale < 0 && scale >= -22) return unscaled * kExactPowersOfTen[-scale];
+  }
+  std::string text = value.ToIntegerString();
+  text += 'e';
+  text += std::to_string(-static_cast<std::int64_t>(scale));
+  // strtod rather than from_chars: beyond the range of doubles it gives the
+  // infinity (or zero) of the right sign instead of no value.
+  return std::strtod(text.c_str(), nullptr);
+}
+
 template <typename Decimal>
 unique_ovarray_ptr readDecimalOf(int32_t scale, Segments segments, std::size_t rows,
                                  ParentMissing parentMissing) {
@@ -95,7 +129,7 @@ unique_ovarray_ptr readDecimalOf(int32_t scale, Segments segments, std::size_t r
     const std::uint8_t* bytes =
         segment.data->buffers[1]->data() + static_cast<std::size_t>(segment.position()) * kWidth;
     for (std::int64_t j = 0; j < segment.length; ++j, bytes += kWidth) {
-      *out++ = Decimal(bytes).ToDouble(scale);
+      *out++ = decimalToDouble(Decimal(bytes), scale);
     }
   }
   if (const std::uint8_t* mask = attachMissing(array.get(), segments, parentMissing)) {

@@ -223,18 +223,25 @@ unique_ovarray_ptr readString(const ::arrow::DataType& type, Segments segments,
 }
 
 unique_ovarray_ptr readBinary(const ::arrow::DataType& type, Segments segments,
-                              std::size_t rows, ParentMissing parentMissing) {
+                              std::size_t rows, ParentMissing parentMissing,
+                              ReadContext& context) {
+  unique_ovarray_ptr cell;
   switch (type.id()) {
     case ::arrow::Type::BINARY:
-      return readBinaries<std::int32_t>(segments, rows, parentMissing);
+      cell = readBinaries<std::int32_t>(segments, rows, parentMissing);
+      break;
     case ::arrow::Type::LARGE_BINARY:
-      return readBinaries<std::int64_t>(segments, rows, parentMissing);
+      cell = readBinaries<std::int64_t>(segments, rows, parentMissing);
+      break;
     case ::arrow::Type::FIXED_SIZE_BINARY:
-      return readFixedBinaries(static_cast<const ::arrow::FixedSizeBinaryType&>(type).byte_width(),
+      cell = readFixedBinaries(static_cast<const ::arrow::FixedSizeBinaryType&>(type).byte_width(),
                                segments, rows, parentMissing);
+      break;
     default:
       throw std::logic_error("readBinary: not a binary type");
   }
+  ovSetOrigin(cell.get(), context.cellOrigin(type));
+  return cell;
 }
 
 }  // namespace orvane::io::arrow::core::detail

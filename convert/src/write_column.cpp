@@ -5,6 +5,7 @@
 #include <ovparquet/convert/to_arrow.hpp>
 
 #include "common.hpp"
+#include "origin.hpp"
 #include "write_internal.hpp"
 
 #include <ovparquet/host/ustring.hpp>
@@ -300,7 +301,9 @@ std::shared_ptr<::arrow::ArrayData> writeVariable(const ovArray* column, const s
       fields.push_back(::arrow::field(name, data->type));
       columns.push_back(::arrow::MakeArray(data));
     }
-    return ::arrow::Table::Make(::arrow::schema(std::move(fields)), std::move(columns),
+    // A table read from Arrow gives its schema's key-value metadata back.
+    return ::arrow::Table::Make(::arrow::schema(std::move(fields), detail::originMetadata(table)),
+                                std::move(columns),
                                 static_cast<std::int64_t>(rows));
   });
 }

@@ -279,6 +279,8 @@ unique_ovarray_ptr ovDuplicateArray(const ovArray* array) {
   copy->zone = array->zone;
   if (array->categories) copy->categories = ovDuplicateArray(array->categories.get());
   copy->ordered = array->ordered;
+  copy->rowMask = array->rowMask;
+  copy->origin = array->origin;
   return copy;
 }
 

@@ -1,6 +1,7 @@
 // Host arrays: deep equality, with a description of the first difference.
 #include "array_impl.hpp"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -185,6 +186,17 @@ class Comparer {
         return text + "]";
       };
       return differ(path, "fields " + list(a->fieldNames) + " vs " + list(b->fieldNames));
+    }
+    // Missing records of host tables (no marks equal all-clear marks).
+    const std::size_t records = std::max(a->rowMask.size(), b->rowMask.size());
+    for (std::size_t r = 0; r < records; ++r) {
+      const bool x = r < a->rowMask.size() && a->rowMask[r] != 0;
+      const bool y = r < b->rowMask.size() && b->rowMask[r] != 0;
+      if (x != y) {
+        return differ(pathText(path) + " row " + std::to_string(r + 1),
+                      std::string(x ? "missing" : "present") + " record vs " +
+                          (y ? "missing" : "present") + " record");
+      }
     }
     const std::size_t fields = a->fieldNames.size();
     for (std::size_t i = 0; i < a->numel; ++i) {

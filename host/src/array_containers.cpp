@@ -440,6 +440,7 @@ bool isTable(const ovArray* array, std::size_t* rows) noexcept {
     if (v > 0 && h != height) return false;
     height = h;
   }
+  if (!array->rowMask.empty() && array->rowMask.size() != height) return false;
   *rows = height;
   return true;
 }
@@ -489,4 +490,43 @@ const ovArray* ovTableColumn(const ovArray* table, std::size_t variable) {
 
 orvane::ustring ovTableName(const ovArray* table, std::size_t variable) {
   return ovGetString(requireNames(table), variable);
+}
+
+const std::uint8_t* ovTableMissingRows(const ovArray* table) {
+  requireColumns(table);
+  return table->rowMask.empty() ? nullptr : table->rowMask.data();
+}
+
+std::uint8_t* ovTableAllocMissingRows(ovArray* table) {
+  const std::size_t rows = ovTableNumRows(table);
+  if (table->rowMask.size() != rows) table->rowMask.assign(rows, 0);
+  // No row: nothing to mark, and an empty vector stands for no marks.
+  return table->rowMask.data();
+}
+
+bool ovTableIsRowMissing(const ovArray* table, std::size_t row) {
+  requireIndex(row, ovTableNumRows(table));
+  return !table->rowMask.empty() && table->rowMask[row] != 0;
+}
+
+void ovTableRemoveMissingRows(ovArray* table) {
+  requireColumns(table);
+  table->rowMask.clear();
+  table->rowMask.shrink_to_fit();
+}
+
+// ---------------------------------------------------------------------------
+// Origins
+// ---------------------------------------------------------------------------
+
+ovOrigin::~ovOrigin() = default;
+
+void ovSetOrigin(ovArray* array, std::shared_ptr<const ovOrigin> origin) {
+  requireArray(array);
+  array->origin = std::move(origin);
+}
+
+const std::shared_ptr<const ovOrigin>& ovGetOrigin(const ovArray* array) {
+  requireArray(array);
+  return array->origin;
 }

@@ -58,6 +58,12 @@ class ovArray {
   // Categorical.
   unique_ovarray_ptr categories;
   bool ordered = false;
+
+  // Host tables: missing records, one byte per row; empty when none.
+  std::vector<std::uint8_t> rowMask;
+
+  // What a converter made the array from; opaque here.
+  std::shared_ptr<const ovOrigin> origin;
 };
 
 namespace ovdetail {

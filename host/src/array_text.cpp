@@ -280,10 +280,23 @@ class Renderer {
     if (column == nullptr) return "[]";
     if (ovIsTable(column)) return tableRecord(column, row);
     switch (ovGetClassID(column)) {
-      case ovClassID::Cell: return inlineText(ovGetCell(column, row));
+      case ovClassID::Cell: {
+        // An empty slot of a list variable is a missing list, not an empty one.
+        const ovArray* element = ovGetCell(column, row);
+        return element == nullptr ? "<missing>" : listText(element);
+      }
       case ovClassID::Struct: return structRecord(column, row);
       default: return elementText(column, row, quoted);
     }
+  }
+
+  // A list value always in brackets, so that a list of one element does not
+  // read as that element.
+  std::string listText(const ovArray* a) const {
+    if (a != nullptr && !ovIsContainer(a) && ovGetNumberOfElements(a) == 1) {
+      return grid(a, "[", "]", " ", [&](std::size_t i) { return elementText(a, i, true); });
+    }
+    return inlineText(a);
   }
 
   // ---- tables --------------------------------------------------------------
@@ -431,6 +444,7 @@ class Renderer {
   }
 
   std::string tableRecord(const ovArray* t, std::size_t row) const {
+    if (ovTableIsRowMissing(t, row)) return "<missing>";
     std::string out = "{";
     const std::size_t variables = ovTableNumVariables(t);
     for (std::size_t v = 0; v < variables; ++v) {
@@ -479,6 +493,10 @@ std::string ovArrayToText(const ovArray* array, const ovTextOptions& options) {
 std::string ovArrayToInlineText(const ovArray* array, const ovTextOptions& options) {
   if (array == nullptr) return "<null>";
   return Renderer(options).inlineText(array);
+}
+
+std::string ovListToInlineText(const ovArray* list, const ovTextOptions& options) {
+  return Renderer(options).listText(list);
 }
 
 std::ostream& operator<<(std::ostream& out, const ovArray& array) {

@@ -67,6 +67,18 @@ def other_files(out):
                    os.path.join(out, "pyarrow_list_dict.parquet"))
 
 
+def records_file(out):
+    # Missing records, one-element lists, bytes, and key-value metadata of the
+    # file's own.
+    table = pa.table({
+        "rec": pa.array([{"a": 1, "b": "x"}, None, {"a": None, "b": None}],
+                        pa.struct([("a", pa.int32()), ("b", pa.string())])),
+        "one": pa.array([["a"], ["a", "b"], None], pa.list_(pa.string())),
+        "bin": pa.array([b"\x00\x01", None, b""], pa.binary()),
+    }).replace_schema_metadata({"origin": "fixture"})
+    pq.write_table(table, os.path.join(out, "pyarrow_records.parquet"))
+
+
 def duckdb_file(out):
     path = os.path.join(out, "duckdb_flat.parquet")
     duckdb.sql(f"""
@@ -82,6 +94,7 @@ def main():
     sorted_file(out)
     nested_file(out)
     other_files(out)
+    records_file(out)
     duckdb_file(out)
 
 

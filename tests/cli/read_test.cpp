@@ -75,6 +75,29 @@ TEST(Read, NestedValuesInJsonAndCsv) {
   EXPECT_EQ(records[2][3], "1970-01-01T00:00:00.001Z");
 }
 
+TEST(Read, MissingRecordsAndOneElementLists) {
+  const std::string path = fixture("pyarrow_records.parquet");
+  const json j = okJson({"read", path, "--format", "json"});
+  ASSERT_EQ(j.size(), 3u);
+  EXPECT_EQ(j[0]["rec"], json({{"a", 1}, {"b", "x"}}));
+  EXPECT_TRUE(j[1]["rec"].is_null()) << "a missing record is null, not a record of nulls";
+  EXPECT_EQ(j[2]["rec"], json({{"a", nullptr}, {"b", nullptr}}));
+  EXPECT_EQ(j[0]["one"], json({"a"}));
+  EXPECT_TRUE(j[2]["one"].is_null());
+
+  const auto records = parseCsv(ok({"read", path, "--format", "csv", "--vars", "rec,one"}).out);
+  ASSERT_EQ(records.size(), 4u);
+  EXPECT_EQ(records[1], (std::vector<std::string>{"{a: 1, b: \"x\"}", "[\"a\"]"}));
+  EXPECT_EQ(records[2][0], "");
+  EXPECT_EQ(records[3][0], "{a: <missing>, b: <missing>}");
+
+  // The table shows a one-element list in brackets, a missing record and a
+  // missing list as missing.
+  const std::string table = ok({"read", path, "--vars", "one,rec"}).out;
+  EXPECT_NE(table.find("[\"a\"]"), std::string::npos) << table;
+  EXPECT_NE(table.find("<missing>"), std::string::npos) << table;
+}
+
 TEST(Read, VariablesInTheOrderGiven) {
   const auto records = parseCsv(
       ok({"read", fixture("pyarrow_nested.parquet"), "--vars", "größe,when", "--head", "1", "--format", "csv"}).out);

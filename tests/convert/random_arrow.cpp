@@ -44,14 +44,13 @@ std::shared_ptr<::arrow::DataType> RandomArrow::scalarType() {
       a::float64(), a::utf8(),    a::utf8(),    a::date32(),
       a::timestamp(anyUnit(*this), zones()[static_cast<std::size_t>(uniform(0, 3))]),
       a::duration(anyUnit(*this)),
-      a::dictionary(a::int32(), a::utf8(), chance(0.3))};
+      a::dictionary(a::int32(), a::utf8(), chance(0.3)),
+      // Cells read from binary columns remember their type.
+      a::binary(), a::large_binary(), a::fixed_size_binary(uniform(1, 4))};
   if (!mOptions.canonical) {
     const int precision = uniform(1, 38);
     const std::vector<std::shared_ptr<a::DataType>> more{
         a::large_utf8(),
-        a::binary(),
-        a::large_binary(),
-        a::fixed_size_binary(uniform(1, 4)),
         a::float16(),
         a::decimal128(precision, uniform(0, precision)),
         a::decimal256(precision, uniform(0, precision)),
@@ -70,8 +69,7 @@ std::shared_ptr<::arrow::DataType> RandomArrow::scalarType() {
 
 std::shared_ptr<::arrow::DataType> RandomArrow::type(int depth) {
   if (depth >= mOptions.maxDepth || chance(0.55)) return scalarType();
-  const int kinds = mOptions.canonical ? 2 : 4;
-  switch (uniform(0, kinds - 1)) {
+  switch (uniform(0, 3)) {
     case 0:
       return ::arrow::list(type(depth + 1));
     case 1: {

@@ -15,18 +15,18 @@ class RandomArrow {
  public:
   struct Options {
     // Only the canonical types of host classes (those to_arrow_table
-    // produces); otherwise every type with a host class.
+    // produces, lists, large lists, maps and binaries included); otherwise
+    // every type with a host class.
     bool canonical = true;
-    // Null struct rows (they read as missing fields, so the struct comes back
-    // without them).
+    // Null struct rows (missing records).
     bool structNulls = false;
     // Top-level dictionary columns whose chunks carry different dictionaries.
     bool differingDictionaries = false;
     // Nesting depth of generated types.
     int maxDepth = 3;
-    // Every list array of at least one row has a row with elements, so that
-    // the element type survives the host (a cell without any element has no
-    // type to give back).
+    // Every list array of at least one row has a row with elements (when
+    // false, lists may be all empty or all missing, and null list rows may
+    // still span values).
     bool listsHaveElements = true;
   };
 

@@ -364,7 +364,7 @@ TEST(Read, MapsBecomeCellsOfKeyValueTables) {
   EXPECT_TRUE(ovIsTable(ovGetCell(host.get(), 2)));
 }
 
-TEST(Read, StructsBecomeNestedTablesAndNullRowsAreMissingEverywhere) {
+TEST(Read, StructsBecomeNestedTablesAndNullRowsAreMissingRecords) {
   const auto type = a::struct_({a::field("a", a::int32()), a::field("b", a::list(a::int8())),
                                 a::field("c", a::utf8()),
                                 a::field("d", a::struct_({a::field("e", a::float64())}))});
@@ -377,11 +377,24 @@ TEST(Read, StructsBecomeNestedTablesAndNullRowsAreMissingEverywhere) {
   lists.push_back(numeric<std::int8_t>({1, 2}));
   lists.push_back(nullptr);
   lists.push_back(nullptr);
+  auto inner = table({u"e"}, numeric<double>({1.5, kNaN, kNaN}, {1, 2}));
+  // A null record is a missing record, and missing in every field; a record
+  // under a missing one is missing too.
+  std::uint8_t* innerMissing = ovTableAllocMissingRows(inner.get());
+  innerMissing[1] = innerMissing[2] = 1;
   auto expected = table({u"a", u"b", u"c", u"d"}, numeric<std::int32_t>({1, 0, 0}, {1, 2}),
                         cells(std::move(lists)), strings({u"x", u"", u"z"}, {1}),
-                        table({u"e"}, numeric<double>({1.5, kNaN, kNaN}, {1, 2})));
+                        std::move(inner));
+  ovTableAllocMissingRows(expected.get())[1] = 1;
   EXPECT_HOST_EQ(host.get(), expected.get());
   EXPECT_TRUE(ovIsTable(host.get()));
+  EXPECT_FALSE(ovTableIsRowMissing(host.get(), 0));
+  EXPECT_TRUE(ovTableIsRowMissing(host.get(), 1));
+  EXPECT_FALSE(ovTableIsRowMissing(host.get(), 2));
+  // A record of missing fields is not a missing record.
+  auto withoutMarks = ovDuplicateArray(expected.get());
+  ovTableRemoveMissingRows(withoutMarks.get());
+  EXPECT_FALSE(ovArraysEqual(host.get(), withoutMarks.get()));
 }
 
 TEST(Read, ThreeLevelsOfNesting) {

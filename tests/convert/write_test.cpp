@@ -128,6 +128,43 @@ TEST(Write, CellsOfByteColumnsAndOfKeyValueTables) {
                 R"([[{"Key": "a", "Value": 1}, {"Key": "b", "Value": null}], null])");
 }
 
+TEST(Write, CellsReadFromArrowGoBackToTheirTypeWhileTheyFitIt) {
+  // Binary: back to binary; once an element is not bytes, a list of it.
+  auto blobs = readArray(fromJson(a::fixed_size_binary(2), R"(["ab", null, "cd"])"));
+  EXPECT_WRITES(ovDuplicateArray(blobs.get()), a::fixed_size_binary(2), R"(["ab", null, "cd"])");
+  ovReplaceCell(blobs.get(), 2, numeric<std::uint8_t>({1, 2, 3}));
+  EXPECT_WRITES(ovDuplicateArray(blobs.get()), a::list(a::uint8()), "[[97, 98], null, [1, 2, 3]]");
+
+  // Maps: back to the map type; a missing key makes it a list of entries.
+  const auto mapType = a::map(a::utf8(), a::int32());
+  auto maps = readArray(fromJson(mapType, R"([[["k", 1]], null, []])"));
+  EXPECT_WRITES(ovDuplicateArray(maps.get()), mapType, R"([[["k", 1]], null, []])");
+  ovSetMissing(const_cast<ovArray*>(ovTableColumn(ovGetCell(maps.get(), 0), 0)), 0);
+  const auto entry = a::struct_({a::field("Key", a::utf8()), a::field("Value", a::int32())});
+  EXPECT_WRITES(ovDuplicateArray(maps.get()), a::list(entry),
+                R"([[{"Key": null, "Value": 1}], null, []])");
+
+  // Lists without any element keep their element type; given elements of
+  // another class, they stay the same kind of list of the elements' type.
+  const auto nestedType = a::large_list(a::list(a::utf8()));
+  EXPECT_WRITES(readArray(fromJson(nestedType, "[null, [], [[], null]]")), nestedType,
+                "[null, [], [[], null]]");
+  const auto listType = a::large_list(a::utf8());
+  auto lists = readArray(fromJson(listType, "[null, null]"));
+  EXPECT_WRITES(ovDuplicateArray(lists.get()), listType, "[null, null]");
+  ovReplaceCell(lists.get(), 0, numeric<double>({1.5}));
+  EXPECT_WRITES(ovDuplicateArray(lists.get()), a::large_list(a::float64()), "[[1.5], null]");
+}
+
+TEST(Write, MissingRecordsBecomeNullStructs) {
+  const auto type = a::struct_({a::field("x", a::int32())});
+  auto records = readArray(fromJson(type, R"([{"x": 1}, null, {"x": null}])"));
+  ASSERT_TRUE(ovTableIsRowMissing(records.get(), 1));
+  auto arrow = writeOne(ovDuplicateArray(records.get()));
+  EXPECT_EQ(arrow->null_count(), 1);
+  EXPECT_TRUE(arrowEqual(std::move(arrow), fromJson(type, R"([{"x": 1}, null, {"x": null}])")));
+}
+
 TEST(Write, CategoricalsInACellAreUnified) {
   std::vector<unique_ovarray_ptr> rows;
   rows.push_back(categorical({u"a", u"b"}, {1, 0}));

@@ -1108,4 +1108,49 @@ TEST(ArrayTable, AccessorsRaiseOnNonTables) {
   EXPECT_EQ(hostErrorOf([&] { ovTableName(table.get(), 9); }).identifier, kOutOfRange);
 }
 
+TEST(ArrayTable, MissingRecordsAreMarkedComparedAndCopied) {
+  auto table = sampleTable(3);
+  EXPECT_EQ(ovTableMissingRows(table.get()), nullptr);
+  EXPECT_FALSE(ovTableIsRowMissing(table.get(), 1));
+  auto plain = ovDuplicateArray(table.get());
+  // All-clear marks equal no marks.
+  ovTableAllocMissingRows(table.get());
+  EXPECT_TRUE(ovArraysEqual(table.get(), plain.get()));
+  ovTableAllocMissingRows(table.get())[1] = 1;
+  EXPECT_TRUE(ovTableIsRowMissing(table.get(), 1));
+  EXPECT_FALSE(ovArraysEqual(table.get(), plain.get()));
+  EXPECT_NE(ovArraysDifference(table.get(), plain.get()).find("missing record"), std::string::npos);
+  auto copy = ovDuplicateArray(table.get());
+  EXPECT_TRUE(ovTableIsRowMissing(copy.get(), 1));
+  EXPECT_TRUE(ovArraysEqual(table.get(), copy.get()));
+  EXPECT_EQ(hostErrorOf([&] { ovTableIsRowMissing(table.get(), 3); }).identifier, kOutOfRange);
+  ovTableRemoveMissingRows(copy.get());
+  EXPECT_TRUE(ovArraysEqual(copy.get(), plain.get()));
+  // Marks of another height make the table malformed.
+  ovSetDimensions(const_cast<ovArray*>(ovTableColumn(table.get(), 0)), {1, 3});
+  EXPECT_FALSE(ovIsTable(table.get()));
+  auto x = ovCreateDoubleScalar(0);
+  EXPECT_EQ(hostErrorOf([&] { ovTableMissingRows(x.get()); }).identifier, kClassMismatch);
+}
+
+struct TestOrigin final : ovOrigin {
+  int tag = 0;
+};
+
+TEST(ArrayOrigin, KeptByCopiesAndIgnoredByEquality) {
+  auto cell = ovCreateCellMatrix(1, 1);
+  EXPECT_EQ(ovGetOrigin(cell.get()), nullptr);
+  auto origin = std::make_shared<TestOrigin>();
+  origin->tag = 7;
+  ovSetOrigin(cell.get(), origin);
+  EXPECT_EQ(ovGetOrigin(cell.get()).get(), origin.get());
+  auto copy = ovDuplicateArray(cell.get());
+  ASSERT_NE(ovGetOrigin(copy.get()), nullptr);
+  EXPECT_EQ(dynamic_cast<const TestOrigin&>(*ovGetOrigin(copy.get())).tag, 7);
+  EXPECT_TRUE(ovArraysEqual(cell.get(), ovCreateCellMatrix(1, 1).get()));
+  ovSetOrigin(cell.get(), nullptr);
+  EXPECT_EQ(ovGetOrigin(cell.get()), nullptr);
+  EXPECT_NE(ovGetOrigin(copy.get()), nullptr);
+}
+
 }  // namespace

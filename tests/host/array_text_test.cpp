@@ -212,14 +212,41 @@ TEST(ArrayText, TableWithNestedColumns) {
   columns.push_back(std::move(lists));
   columns.push_back(ovCreateTable(std::move(inner), {u"k", u"v"}));
   auto table = ovCreateTable(std::move(columns), {u"list", u"rec"});
+  // An empty slot of a list variable is a missing list.
   EXPECT_EQ(text(table),
-            "list    rec\n"
-            "------  --------------\n"
-            "[1; 2]  {k: \"p\", v: 5}\n"
-            "[]      {k: \"q\", v: 6}");
+            "list       rec\n"
+            "---------  --------------\n"
+            "[1; 2]     {k: \"p\", v: 5}\n"
+            "<missing>  {k: \"q\", v: 6}");
   EXPECT_EQ(ovArrayToInlineText(table.get()),
-            "[{list: [1; 2], rec: {k: \"p\", v: 5}}, {list: [], rec: {k: \"q\", v: 6}}]");
+            "[{list: [1; 2], rec: {k: \"p\", v: 5}}, {list: <missing>, rec: {k: \"q\", v: 6}}]");
   EXPECT_EQ(text(ovCreateTable({}, {})), "0x0 table");
+}
+
+TEST(ArrayText, OneElementListsKeepTheirBracketsAndMissingRecordsShow) {
+  auto lists = ovCreateCellMatrix(3, 1);
+  ovReplaceCell(lists.get(), 0, ovCreateStringColumn({u"a"}));
+  ovReplaceCell(lists.get(), 1, ovCreateStringColumn({}));
+  ovReplaceCell(lists.get(), 2, ovCreateStringColumn({u"a", u"b"}));
+  std::vector<unique_ovarray_ptr> inner;
+  inner.push_back(column<std::int32_t>({5, 0, 7}));
+  auto record = ovCreateTable(std::move(inner), {u"v"});
+  ovSetMissing(const_cast<ovArray*>(ovTableColumn(record.get(), 0)), 1);
+  ovTableAllocMissingRows(record.get())[1] = 1;
+  std::vector<unique_ovarray_ptr> columns;
+  columns.push_back(std::move(lists));
+  columns.push_back(std::move(record));
+  auto table = ovCreateTable(std::move(columns), {u"list", u"rec"});
+  EXPECT_EQ(text(table),
+            "list        rec\n"
+            "----------  ---------\n"
+            "[\"a\"]       {v: 5}\n"
+            "[]          <missing>\n"
+            "[\"a\"; \"b\"]  {v: 7}");
+  EXPECT_EQ(ovListToInlineText(ovCreateStringColumn({u"a"}).get()), "[\"a\"]");
+  EXPECT_EQ(ovListToInlineText(ovCreateDoubleScalar(2).get()), "[2]");
+  EXPECT_EQ(ovListToInlineText(ovCreateStringColumn({u"a", u"b"}).get()), "[\"a\"; \"b\"]");
+  EXPECT_EQ(ovArrayToInlineText(ovCreateStringColumn({u"a"}).get()), "\"a\"");
 }
 
 TEST(ArrayText, StreamsAndGoogleTestPrinting) {

@@ -23,20 +23,30 @@ namespace orvane::io::arrow::core {
 //   datetime       timestamp(unit, zone); unit day: date32
 //   duration       duration(unit)
 //   categorical    dictionary<int32, string>, ordered as the categorical is
-//   cell           list<T>, T the canonical type of the elements' class
-//   nested table   struct of its variables (every field nullable)
+//   cell           the list, large_list, map or binary type it was read as;
+//                  a cell built by hand: list<T>, T the canonical type of the
+//                  elements' class
+//   nested table   struct of its variables (every field nullable); missing
+//                  records (ovTableMissingRows) become null structs
 //
 // - Missing elements become nulls.
 // - Cells: every element is one row's list and must be an n-by-1 array (or a
 //   host table of n rows); all elements of a cell share one class (and unit
 //   and zone for datetimes, unit for durations, ordering for categoricals, the
 //   variable names for tables). An empty slot or a 0x0 double is a null list;
-//   a 0-by-1 array is an empty list. A cell without any element of a class
-//   (all slots empty, or no rows) becomes list<null>.
-// - So a cell of uint8 column vectors (what binary columns read as) is written
-//   as list<uint8>, and a cell of "Key"/"Value" tables (what map columns read
-//   as) as list<struct<Key, Value>>: neither binary nor map types are
-//   produced.
+//   a 0-by-1 array is an empty list.
+// - A cell that to_orvane made remembers its Arrow type (ovGetOrigin) and
+//   converts back to it: a list or large_list of the same element type even
+//   when it holds no element at all (no rows, every row empty or missing); a
+//   map of "Key"/"Value" tables back to the map type; uint8 column vectors
+//   back to binary, large_binary or fixed_size_binary. When its elements no
+//   longer fit that type (another class, a missing key, a missing byte, bytes
+//   of another width for fixed-size binary) the cell is written as if built
+//   by hand.
+// - A cell built by hand without any element of a class (all slots empty, or
+//   no rows) becomes list<null>: there is nothing to tell the type by.
+// - A host table that to_orvane made from an Arrow table gives its schema's
+//   key-value metadata back.
 // - Categoricals in the elements of one cell may hold different categories;
 //   they are unified into one dictionary.
 // - A datetime zone given as the empty text is written as no zone: Arrow does
@@ -46,13 +56,28 @@ namespace orvane::io::arrow::core {
 // With to_orvane the round trip host -> Arrow -> host gives an equal host
 // array for every class, except for the empty zone above and for
 // categoricals of different categories inside one cell (they come back with
-// the unified categories); and
-// Arrow -> host -> Arrow gives an equal table whenever every column's type is
-// canonical (its nested structs have no null rows, and the chunks of a
-// dictionary column share one dictionary). The other Arrow types come back as
-// the canonical type of the class they read as (see to_orvane_datatype), for
-// example large_string as string, date64 as date32, time32 as duration, map
-// as list<struct<Key, Value>>, binary as list<uint8>.
+// the unified categories); and Arrow -> host -> Arrow gives an equal table,
+// schema and null records included, whenever every column's type is
+// canonical: the types above, with nullable struct fields, list elements and
+// map items, and, for dictionary columns, one dictionary shared by all
+// chunks. The other Arrow types are deliberate mappings and come back as the
+// canonical type of the class they read as (see to_orvane_datatype):
+//
+//   large_string                 string (the same text)
+//   half_float                   float (exact)
+//   decimal128, decimal256       double (the nearest double: lossy beyond about
+//                                16 significant digits)
+//   date64                       date32 (days, rounded down)
+//   time32, time64               duration of the same unit (since midnight):
+//                                the host has no time-of-day class
+//   dictionary<K, string>        dictionary<int32, string> (K other than
+//                                int32; large_string values as string)
+//   dictionary of other values   the values' own type (decoded)
+//   null                         double, every element missing
+//   struct fields declared       nullable: a nested table keeps no "not
+//   not null                     null" (list elements and map items keep
+//                                theirs, from the cell's record, while they
+//                                hold no null)
 //
 // Anything that is not a well-formed host table fails with a status naming
 // the variable and the reason (a TableErrorStatusDetail carries the top-level

@@ -33,8 +33,13 @@ inline constexpr const char* kInvalidUtf8InColumnKey = "InvalidUtf8InColumn";
 //   row (n rows for n entries); a null map is an empty slot.
 // - binary, large_binary, fixed_size_binary: a cell of n-by-1 uint8 arrays
 //   (0-by-1 for an empty value, an empty slot for a null one).
-// - struct: a nested host table of the struct's fields. A null struct row
-//   makes that row missing in every field (empty slots in cell fields).
+// - Cells made from list, large_list, map and binary columns record their
+//   Arrow type (ovGetOrigin), so that to_arrow_table gives it back.
+// - struct: a nested host table of the struct's fields. A null struct row is
+//   a missing record (ovTableMissingRows) and is missing in every field too
+//   (empty slots in cell fields); so is a record under a missing one.
+// - The table's schema metadata is recorded on the host table (ovGetOrigin)
+//   and given back by to_arrow_table.
 // - dictionary of strings: categorical with int32 codes; when the chunks of a
 //   column carry different dictionaries they are unified, so the codes of all
 //   rows refer to one list of categories. The ordered flag is kept. A
@@ -44,8 +49,9 @@ inline constexpr const char* kInvalidUtf8InColumnKey = "InvalidUtf8InColumn";
 //   (milliseconds divided by 86400000, rounding down).
 // - time32, time64: duration of the same unit (ticks since midnight);
 //   duration: duration of its unit.
-// - half_float: single; decimal128/256: double (lossy: about 16 significant
-//   digits are kept); null: double, every element missing.
+// - half_float: single; decimal128/256: double, the nearest double to the
+//   decimal value (lossy beyond about 16 significant digits); null: double,
+//   every element missing.
 // - string, large_string: string; invalid UTF-8 is replaced by U+FFFD with
 //   one warning per column (kInvalidUtf8InColumnKey).
 //

@@ -474,6 +474,42 @@ std::size_t ovTableNumRows(const ovArray* table);
 const ovArray* ovTableColumn(const ovArray* table, std::size_t variable);
 orvane::ustring ovTableName(const ovArray* table, std::size_t variable);
 
+// Missing records of a host table: one byte per row, 1 = missing. A nested
+// table made from an Arrow struct column marks its null records here (a
+// missing record is not the same as a record whose variables are all
+// missing); its variables hold missing values in those rows as well, so
+// code that ignores the marks still sees nothing in them. The marks are
+// allocated on demand; a table without them has no missing record. A table
+// whose marks do not match its number of rows is not well-formed.
+//
+// The table's marks, or nullptr when none are allocated.
+const std::uint8_t* ovTableMissingRows(const ovArray* table);
+// Allocates all-clear marks (ovTableNumRows bytes) when there are none and
+// returns them.
+std::uint8_t* ovTableAllocMissingRows(ovArray* table);
+// Whether row `row` is a missing record (false without marks).
+bool ovTableIsRowMissing(const ovArray* table, std::size_t row);
+// Frees the marks (every record becomes present).
+void ovTableRemoveMissingRows(ovArray* table);
+
+// ---------------------------------------------------------------------------
+// Origins
+// ---------------------------------------------------------------------------
+// A converter may record on an array what it was made from (for example the
+// Arrow type of a list column a cell array was read from), so that it can
+// convert the array back to the same thing. The host keeps the record without
+// looking into it: ovDuplicateArray shares it, ovArraysEqual ignores it, and
+// an array built by hand has none.
+
+class ovOrigin {
+ public:
+  virtual ~ovOrigin();
+};
+
+void ovSetOrigin(ovArray* array, std::shared_ptr<const ovOrigin> origin);
+// The record, or nullptr when the array has none.
+const std::shared_ptr<const ovOrigin>& ovGetOrigin(const ovArray* array);
+
 // ---------------------------------------------------------------------------
 // Template definitions
 // ---------------------------------------------------------------------------

@@ -29,7 +29,9 @@
 // - categorical: the category text like a string; <undefined> for a code out
 //   of range
 // - empty cell or field slots: []; nested host tables: their rows as records
-//   "[{a: 1, b: \"x\"}, {a: 2, b: \"y\"}]"
+//   "[{a: 1, b: \"x\"}, {a: 2, b: \"y\"}]", a missing record as <missing>
+// - in a table, a cell variable's element is one row's list: always in
+//   brackets (["a"], not "a"), and an empty slot (a missing list) <missing>
 #pragma once
 
 #include <ovparquet/host/array.hpp>
@@ -58,6 +60,10 @@ std::string ovDatetimeText(std::int64_t ticks, ovTimeUnit unit, const std::optio
 std::string ovDurationText(std::int64_t ticks, ovTimeUnit unit);
 // The one-line inline form of any array (tables included, as records).
 std::string ovArrayToInlineText(const ovArray* array, const ovTextOptions& options = {});
+
+// The inline form of one row's list (a cell element): like
+// ovArrayToInlineText, except that a single element stays in brackets.
+std::string ovListToInlineText(const ovArray* list, const ovTextOptions& options = {});
 
 // Writes ovArrayToText; lets GoogleTest print arrays and unique_ovarray_ptr.
 std::ostream& operator<<(std::ostream& out, const ovArray& array);
