@@ -87,7 +87,7 @@ class RowSink {
     }
     for (std::size_t b = 0; b < blocks; ++b) {
       if (mFormat == Format::Json && !mNdjson && mRecords == 0 && !text[b].empty()) {
-        text[b][0] = '\n';  // the first record has no comma before it
+        text[b].erase(0, 1);  // the first record has no comma before it
       }
       if (!text[b].empty()) ++mRecords;
       std::cout.write(text[b].data(), static_cast<std::streamsize>(text[b].size()));
