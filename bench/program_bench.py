@@ -35,7 +35,8 @@ def make_file(path, n):
         "ts_ny": pa.array(t0 + np.arange(n, dtype=np.int64) * 1_000_000, pa.timestamp("us", tz="America/New_York")),
         "ts": pa.array(t0 + np.arange(n, dtype=np.int64) * 1_000_000, pa.timestamp("us")),
         "day": pa.array((np.arange(n) // 1000).astype(np.int32), pa.date32()),
-        "amount": pa.array(rng.integers(-10**8, 10**8, n), pa.int64()).cast(pa.decimal128(18, 0)).cast(pa.decimal128(18, 4)),
+        "amount": pa.array([decimal.Decimal(int(v)).scaleb(-4) for v in rng.integers(-10**8, 10**8, n)],
+                           pa.decimal128(18, 4)),
         "pt": pa.StructArray.from_arrays([pa.array(rng.random(n)), pa.array(rng.random(n))], ["x", "y"]),
     })
     pq.write_table(table, path, row_group_size=(n + 11) // 12, write_page_index=True)
