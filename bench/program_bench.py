@@ -13,7 +13,6 @@ import os
 import subprocess
 import sys
 import tempfile
-import time
 
 import numpy as np
 import pyarrow as pa
@@ -42,16 +41,15 @@ def make_file(path, n):
     pq.write_table(table, path, row_group_size=(n + 11) // 12, write_page_index=True)
 
 
-def run(argv, stdout=subprocess.DEVNULL):
-    start = time.perf_counter()
-    process = subprocess.Popen(argv, stdout=stdout, stderr=subprocess.PIPE)
-    _, status, usage = os.wait4(process.pid, 0)
-    elapsed = time.perf_counter() - start
-    err = process.stderr.read().decode()
-    process.returncode = os.waitstatus_to_exitcode(status)
+def run(argv):
+    # Under /usr/bin/time, so that the peak is the job's own and not that of
+    # this Python process, which a forked child starts out as.
+    process = subprocess.run(["/usr/bin/time", "-f", "%e %M", *argv], stdout=subprocess.DEVNULL,
+                             stderr=subprocess.PIPE, text=True)
     if process.returncode != 0:
-        raise RuntimeError(f"{argv[:3]} failed: {err}")
-    return elapsed, usage.ru_maxrss / 1024.0
+        raise RuntimeError(f"{argv[:3]} failed: {process.stderr}")
+    elapsed, kilobytes = process.stderr.strip().splitlines()[-1].split()
+    return float(elapsed), int(kilobytes) / 1024.0
 
 
 def best(argv, repeat):
@@ -83,7 +81,7 @@ def main():
                        f"c.write_csv(pq.read_table('{path}', columns='{cols}'.split(',')), '{out}.pa.csv')"],
         ),
         "Parquet -> JSON, 5 columns": (
-            ["sh", "-c", f"{program} read {path} --vars {cols} --format ndjson > {out}.json"],
+            ["sh", "-c", f"{program} read {path} --vars {cols} --format json > {out}.json"],
             duck(f"COPY (SELECT {cols} FROM '{path}') TO '{out}.duck.json' (FORMAT JSON)"),
             None,
         ),
@@ -95,13 +93,13 @@ def main():
                        f"for i in range(f.num_row_groups): w.write_table(f.read_row_group(i))\nw.close()"],
         ),
     }
-    print(f"{rows:,} rows, {os.path.getsize(path) / 2**20:.0f} MiB; best of 3, whole processes")
+    print(f"{rows:,} rows, {os.path.getsize(path) / 2**20:.0f} MiB; best of 2 (time), peak resident memory, whole processes")
     print("| job | ovparquet | DuckDB | pyarrow | ovparquet / DuckDB |")
     print("|---|---|---|---|---|")
     for name, (ours, theirs, arrow) in jobs.items():
-        o = best(ours, 3)
-        d = best(theirs, 3)
-        a = best(arrow, 3) if arrow else None
+        o = best(ours, 2)
+        d = best(theirs, 2)
+        a = best(arrow, 2) if arrow else None
         fmt = lambda r: f"{r[0]:.2f} s, {r[1]:.0f} MB" if r else "—"
         print(f"| {name} | {fmt(o)} | {fmt(d)} | {fmt(a)} | {o[0] / d[0]:.2f} |", flush=True)
 
