@@ -13,7 +13,18 @@
 namespace ovparquet::cli {
 namespace {
 
-void printLine(const std::string& identifier, const std::string& text) {
+// A message that wraps another of the same kind starts with the same
+// "Unable to ... 'x': " twice; it is said once.
+std::string withoutRepeatedPrefix(std::string text) {
+  for (std::size_t colon = text.find(": "); colon != std::string::npos; colon = text.find(": ", colon + 2)) {
+    const std::string prefix = text.substr(0, colon + 2);
+    while (text.compare(prefix.size(), prefix.size(), prefix) == 0) text.erase(0, prefix.size());
+  }
+  return text;
+}
+
+void printLine(const std::string& identifier, const std::string& rawText) {
+  const std::string text = withoutRepeatedPrefix(rawText);
   clearProgressLine();
   std::fflush(stdout);
   std::fprintf(stderr, "%s: %s\n", identifier.c_str(), text.c_str());

@@ -33,7 +33,8 @@
 namespace ovparquet::cli {
 namespace {
 
-const std::set<std::string> kCompressions = {"brotli", "gzip", "lz4", "lzo", "snappy", "uncompressed", "zstd"};
+// The codecs the writer can write (Arrow writes no LZO).
+const std::set<std::string> kCompressions = {"brotli", "gzip", "lz4", "snappy", "uncompressed", "zstd"};
 const std::set<std::string> kEncodings = {"dictionary", "plain"};
 
 std::string versionText() {
@@ -103,7 +104,7 @@ PerVariableSetting perVariableSetting(const std::string& text, const std::string
 }
 
 Format formatOf(const std::string& text) {
-  if (text == "json") return Format::Json;
+  if (text == "json" || text == "ndjson") return Format::Json;
   if (text == "csv") return Format::Csv;
   return Format::Table;
 }
@@ -133,8 +134,9 @@ int run(int argc, char** argv) {
   std::string format = "table";
   std::optional<unsigned> threads;
   std::string logMask;
-  app.add_option("--format", format, "Output format: table (readable), json or csv")
-      ->check(CLI::IsMember({"table", "json", "csv"}))
+  app.add_option("--format", format,
+                 "Output format: table (readable), json, ndjson (one JSON record per line) or csv")
+      ->check(CLI::IsMember({"table", "json", "ndjson", "csv"}))
       ->default_str("table");
   app.add_option("--threads", threads, "Computational thread count (at least 1)")->check(CLI::Range(1u, 1u << 16));
   app.add_option("--log", logMask, "Diagnostic log mask: sum of 2 detail, 4 statistics, 8 information, "
@@ -164,10 +166,12 @@ int run(int argc, char** argv) {
   readCmd->add_option("--vars", readVars, "Variables to print, in this order (a,b,c)");
   auto* rowGroupsOpt = readCmd->add_option("--row-groups", rowGroups, "Row groups to read, 1-based (1,3)");
   readCmd->add_option("--range", range, "Row groups starting in the byte range OFFSET:SIZE")->excludes(rowGroupsOpt);
-  readCmd->add_option("--head", head, "Print at most N rows")->check(CLI::NonNegativeNumber);
+  readCmd->add_option("--head", head, "Print at most N rows (in every format)")->check(CLI::NonNegativeNumber);
+  readCmd->add_option("--offset", read.offset, "Skip the first N rows (of those the filter keeps)")
+      ->check(CLI::NonNegativeNumber);
   readCmd->add_option("--where", read.where,
                       "Keep rows satisfying comparisons joined by 'and', e.g. \"x > 5 and name = 'abc'\"");
-  readCmd->add_option("--max-rows", read.maxRows, "Rows shown by the table format (0: all)")
+  readCmd->add_option("--max-rows", read.maxRows, "Rows shown by the table format without --head (0: all)")
       ->check(CLI::NonNegativeNumber)
       ->default_val(20);
 
@@ -194,7 +198,7 @@ int run(int argc, char** argv) {
       ->check(CLI::IsMember({"auto", "csv", "parquet"}));
   writeCmd->add_option("--delimiter", delimiter, "CSV field separator (one character)");
   writeCmd->add_option("--compression", compression,
-                       "Codec for all variables (zstd) or per variable (a=zstd,b=gzip): brotli, gzip, lz4, lzo, "
+                       "Codec for all variables (zstd) or per variable (a=zstd,b=gzip): brotli, gzip, lz4, "
                        "snappy, uncompressed, zstd");
   writeCmd->add_option("--encoding", encoding, "dictionary or plain, for all variables or per variable (a=plain)");
   writeCmd->add_option("--version", write.version, "Parquet format version: 1.0 or 2.0")
@@ -226,6 +230,7 @@ int run(int argc, char** argv) {
   return runReporting([&]() -> int {
     // Values that CLI11 took as text.
     global.format = formatOf(format);
+    global.ndjson = format == "ndjson";
     global.threads = threads;
     if (!logMask.empty()) {
       char* end = nullptr;

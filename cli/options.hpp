@@ -12,6 +12,7 @@ enum class Format { Table, Json, Csv };
 
 struct GlobalOptions {
   Format format = Format::Table;
+  bool ndjson = false;  // with Json: one compact record per line where there are rows
   bool verbose = false;
   std::optional<unsigned> threads;
   std::optional<std::uint32_t> logMask;
@@ -33,6 +34,7 @@ struct ReadOptions {
   std::vector<double> rowGroups;             // 1-based
   std::optional<std::pair<double, double>> range;  // offset, size in bytes
   std::optional<std::uint64_t> head;
+  std::uint64_t offset = 0;                  // rows skipped first
   std::string where;
   std::size_t maxRows = 20;                  // table output; 0 = all
 };

@@ -1,19 +1,34 @@
 // read FILE: prints the data of chosen variables and row groups, optionally
 // only the rows that satisfy a --where filter.
+//
+// Rows stream through in batches (Arrow's record-batch reader), so a head of
+// a few rows decodes only those, and an export of a large file keeps a few
+// batches in memory. CSV and JSON text is formatted on every computational
+// thread while the next batch is read, and written in order.
+#include "batch_stream.hpp"
 #include "commands.hpp"
 #include "errors.hpp"
 #include "output.hpp"
+#include "row_text.hpp"
 #include "rows.hpp"
 #include "text.hpp"
-#include "values.hpp"
 #include "variables.hpp"
 #include "where.hpp"
 
+#include <ovparquet/core/read/ParquetReader.hpp>
 #include <ovparquet/core/read/RowGroupParquetReader.hpp>
 #include <ovparquet/host/interrupt.hpp>
+#include <ovparquet/host/threads.hpp>
+
+#include <arrow/table.h>
+
+#include <tbb/parallel_for.h>
+#include <tbb/task_arena.h>
 
 #include <algorithm>
+#include <future>
 #include <iostream>
+#include <limits>
 #include <memory>
 
 namespace ovparquet::cli {
@@ -21,73 +36,85 @@ namespace {
 
 using orvane::io::parquet::core::read::RowGroupParquetReader;
 
-// Where the kept rows go: one of the three formats.
+constexpr std::int64_t kBatchRows = 65536;
+constexpr std::uint64_t kNoLimit = std::numeric_limits<std::uint64_t>::max();
+
+// Where the kept rows go: one of the formats.
 class RowSink {
  public:
-  RowSink(Format format, std::size_t maxRows, std::vector<std::string> names)
-      : mFormat(format), mMaxRows(maxRows == 0 ? SIZE_MAX : maxRows), mNames(std::move(names)) {
+  RowSink(const GlobalOptions& global, std::vector<std::string> names)
+      : mFormat(global.format), mNdjson(global.ndjson), mNames(std::move(names)),
+        mArena(static_cast<int>(orvane::computationalThreadCount())) {
     if (mFormat == Format::Csv) {
       std::vector<std::string> header;
       for (const auto& n : mNames) header.push_back(csvField(n));
       writeCsvRow(std::cout, header);
-    } else if (mFormat == Format::Json) {
+    } else if (mFormat == Format::Json && !mNdjson) {
       std::cout << '[';
     }
   }
 
-  // Rows of `table` (the output variables are its first ones).
-  void add(unique_ovarray_ptr table, std::vector<std::size_t> rows) {
+  // Rows of `table` (the output variables are its first ones); `batch` is
+  // the Arrow batch the table was converted from.
+  void add(const ovArray* table, const std::shared_ptr<::arrow::RecordBatch>& batch,
+           const std::vector<std::size_t>& rows) {
+    const RowTexts texts(table, batch, mNames);
     if (mFormat == Format::Table) {
-      const std::size_t room = mMaxRows - std::min(mMaxRows, mShown);
-      if (rows.size() > room) {
-        mMore += rows.size() - room;
-        rows.resize(room);
-      }
-      mShown += rows.size();
-      if (!rows.empty() || mTables.empty()) {
-        mPieces.push_back({table.get(), std::move(rows)});
-        mTables.push_back(std::move(table));
-      }
+      if (!rows.empty() || mShown.empty()) mShown.push_back(texts.shownTable(rows));
+      mShownRows += rows.size();
       return;
     }
-    const ovArray* t = table.get();
-    for (const std::size_t r : rows) {
+    // Blocks of rows formatted in parallel, written in order.
+    const std::size_t blocks = std::max<std::size_t>(1, std::min<std::size_t>(rows.size() / 1024, 4 * mArena.max_concurrency()));
+    std::vector<std::string> text(blocks);
+    const auto format = [&](std::size_t b) {
+      const std::size_t begin = rows.size() * b / blocks;
+      const std::size_t end = rows.size() * (b + 1) / blocks;
+      std::string& out = text[b];
+      out.reserve((end - begin) * 16 * mNames.size());
       if (mFormat == Format::Csv) {
-        std::vector<std::string> fields;
-        for (std::size_t v = 0; v < mNames.size(); ++v) {
-          const ovArray* column = ovTableColumn(t, v);
-          fields.push_back(csvField(valueText(column, r), isMissingValue(column, r)));
-        }
-        writeCsvRow(std::cout, fields);
+        texts.appendCsv(out, rows, begin, end);
+      } else if (mNdjson) {
+        texts.appendJson(out, rows, begin, end, "", "\n");
       } else {
-        nlohmann::ordered_json record = nlohmann::ordered_json::object();
-        for (std::size_t v = 0; v < mNames.size(); ++v) record[mNames[v]] = valueJson(ovTableColumn(t, v), r);
-        std::cout << (mRecords++ == 0 ? "\n  " : ",\n  ")
-                  << record.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+        texts.appendJson(out, rows, begin, end, ",\n  ", "");
       }
+    };
+    if (blocks == 1) {
+      format(0);
+    } else {
+      mArena.execute([&] { tbb::parallel_for(std::size_t{0}, blocks, format); });
+    }
+    for (std::size_t b = 0; b < blocks; ++b) {
+      if (mFormat == Format::Json && !mNdjson && mRecords == 0 && !text[b].empty()) {
+        text[b].erase(0, 1);  // the first record has no comma before it
+      }
+      if (!text[b].empty()) ++mRecords;
+      std::cout.write(text[b].data(), static_cast<std::streamsize>(text[b].size()));
     }
   }
 
   // Rows that exist but are not shown (table format only).
   void addUnshown(std::uint64_t rows) { mMore += rows; }
-  bool full() const { return mFormat == Format::Table && mShown >= mMaxRows; }
 
   void finish() {
-    if (mFormat == Format::Json) {
+    if (mFormat == Format::Json && !mNdjson) {
       std::cout << (mRecords == 0 ? "]\n" : "\n]\n");
     } else if (mFormat == Format::Table) {
-      std::vector<std::size_t> variables(mNames.size());
-      for (std::size_t v = 0; v < variables.size(); ++v) variables[v] = v;
       unique_ovarray_ptr table;
-      if (mPieces.empty()) {
+      if (mShown.empty()) {
         table = emptyTable(toHost(mNames));
+      } else if (mShown.size() == 1) {
+        table = std::move(mShown.front());
       } else {
-        table = gatherTable(mPieces, variables);
+        std::vector<RowPick> pieces;
+        for (const auto& t : mShown) pieces.push_back({t.get(), rowRange(0, ovTableNumRows(t.get()))});
+        table = gatherTable(pieces, rowRange(0, mNames.size()));
       }
       writeTable(std::cout, table.get());
       if (mMore > 0) {
         std::cout << "... (" << mMore << " more " << (mMore == 1 ? "row" : "rows") << ")\n";
-      } else if (mShown == 0) {
+      } else if (mShownRows == 0) {
         std::cout << "(no rows)\n";
       }
     }
@@ -96,11 +123,11 @@ class RowSink {
 
  private:
   Format mFormat;
-  std::size_t mMaxRows;
+  bool mNdjson;
   std::vector<std::string> mNames;
-  std::vector<unique_ovarray_ptr> mTables;
-  std::vector<RowPick> mPieces;
-  std::size_t mShown = 0;
+  tbb::task_arena mArena;
+  std::vector<unique_ovarray_ptr> mShown;
+  std::size_t mShownRows = 0;
   std::uint64_t mMore = 0;
   std::size_t mRecords = 0;
 };
@@ -111,34 +138,33 @@ std::vector<double> allRowGroups(double count) {
   return list;
 }
 
+// The candidate row groups: by --range, --row-groups or all.
+std::vector<double> candidateRowGroups(const ReadOptions& options, const RowGroupParquetReader& reader) {
+  if (options.range) return reader.getRowGroups();
+  if (options.rowGroups.empty()) return allRowGroups(reader.getTotalNumRowGroups());
+  const double total = reader.getTotalNumRowGroups();
+  for (const double r : options.rowGroups) {
+    if (r > total) {
+      throw CliError("RowGroupOutOfRange", "Row group " + std::to_string(static_cast<long long>(r)) +
+                                               " does not exist: '" + options.file + "' has " +
+                                               std::to_string(static_cast<long long>(total)) + " row groups.");
+    }
+  }
+  return options.rowGroups;
+}
+
 }  // namespace
 
 int runRead(const GlobalOptions& global, const ReadOptions& options) {
   const std::vector<Condition> conditions = options.where.empty() ? std::vector<Condition>{} : parseWhere(options.where);
   const ustring file = toHost(options.file);
 
-  // The reader that chose the candidate row groups also answers the
-  // metadata and statistics questions.
-  std::unique_ptr<RowGroupParquetReader> reader;
-  std::vector<double> candidates;
-  if (options.range) {
-    reader = std::make_unique<RowGroupParquetReader>(file, options.range->first, options.range->second);
-    candidates = reader->getRowGroups();
-  } else if (!options.rowGroups.empty()) {
-    reader = std::make_unique<RowGroupParquetReader>(file, options.rowGroups);
-    const double total = reader->getTotalNumRowGroups();
-    for (const double r : options.rowGroups) {
-      if (r > total) {
-        throw CliError("RowGroupOutOfRange", "Row group " + std::to_string(static_cast<long long>(r)) +
-                                                 " does not exist: '" + options.file + "' has " +
-                                                 std::to_string(static_cast<long long>(total)) + " row groups.");
-      }
-    }
-    candidates = options.rowGroups;
-  } else {
-    reader = std::make_unique<RowGroupParquetReader>(file, std::vector<double>{});
-    candidates = allRowGroups(reader->getTotalNumRowGroups());
-  }
+  // The footer answers the metadata and statistics questions; data is read
+  // by the batch stream below.
+  const auto reader = options.range
+                          ? std::make_unique<RowGroupParquetReader>(file, options.range->first, options.range->second)
+                          : std::make_unique<RowGroupParquetReader>(file, std::vector<double>{});
+  const std::vector<double> candidates = candidateRowGroups(options, *reader);
 
   const auto fileNames = reader->getVariableNames();
   requireVariables(options.vars, fileNames, options.file);
@@ -165,38 +191,83 @@ int runRead(const GlobalOptions& global, const ReadOptions& options) {
       std::cerr << "skipped " << candidates.size() - list.size() << " of " << candidates.size() << " row groups\n";
     }
   }
-  if (list != reader->getRowGroups()) reader = std::make_unique<RowGroupParquetReader>(file, list);
-  reader->setSelectedVariableNames(toHost(selection));
 
+  // Rows of the list, per row group, from the footer.
   const auto heights = reader->getRowGroupHeights();
-  RowSink sink(global.format, options.maxRows, output);
+  const auto heightOf = [&](double r) -> std::uint64_t {
+    const auto i = static_cast<std::size_t>(r) - 1;
+    return i < heights.size() ? heights[i] : 0;
+  };
+
+  // --offset: whole row groups before it are not read when no filter
+  // decides which rows count.
+  std::uint64_t skip = options.offset;
+  if (conditions.empty()) {
+    std::size_t first = 0;
+    while (first < list.size() && skip >= heightOf(list[first])) skip -= heightOf(list[first++]);
+    list.erase(list.begin(), list.begin() + static_cast<std::ptrdiff_t>(first));
+  }
+
+  // How many rows to print: --head in every format; the table view stops at
+  // --max-rows (0: all) when no head is given, and counts the rest.
+  std::uint64_t limit = options.head.value_or(kNoLimit);
+  const bool tableCut = global.format == Format::Table && !options.head && options.maxRows != 0;
+  if (tableCut) limit = options.maxRows;
+
+  std::int64_t batchRows = kBatchRows;
+  if (conditions.empty() && limit != kNoLimit) {
+    batchRows = static_cast<std::int64_t>(std::clamp<std::uint64_t>(skip + limit, 1, kBatchRows));
+  }
+
+  std::vector<int> groups;
+  for (const double r : list) groups.push_back(static_cast<int>(r) - 1);
+  RowSink sink(global, output);
   std::uint64_t taken = 0;
-  std::size_t groupsRead = 0;
-  while (reader->hasdata()) {
-    orvane::throwIfInterruptPending();
-    unique_ovarray_ptr table = reader->read();
-    ++groupsRead;
-    const std::size_t rows = ovTableNumRows(table.get());
-    std::vector<std::size_t> kept = conditions.empty() ? rowRange(0, rows) : matchingRows(table.get(), conditions);
-    if (options.head && kept.size() > *options.head - taken) kept.resize(static_cast<std::size_t>(*options.head - taken));
-    taken += kept.size();
-    sink.add(std::move(table), std::move(kept));
-    if (options.head && taken >= *options.head) break;
-    if (conditions.empty() && sink.full()) {
-      // The rest would not be shown: count it from the row-group heights.
-      std::uint64_t rest = 0;
-      for (std::size_t k = reader->getRowGroupIndex(); k < list.size(); ++k) {
-        const auto r = static_cast<std::size_t>(list[k]) - 1;
-        if (r < heights.size()) rest += heights[r];
+  std::uint64_t seen = 0;  // rows the stream delivered
+  std::size_t batches = 0;
+  // A filtered table view reads on to count the matching rows not shown.
+  const bool countAll = tableCut && !conditions.empty();
+  if (limit > 0 && !groups.empty()) {
+    BatchStream stream(file, groups, toHost(selection), batchRows);
+    // The next batch is read while the current one is formatted.
+    const auto fetch = [&stream] { return stream.nextArrow(); };
+    auto pending = std::async(std::launch::async, fetch);
+    while (true) {
+      orvane::throwIfInterruptPending();
+      auto batch = pending.get();
+      if (!batch) break;
+      ++batches;
+      seen += static_cast<std::uint64_t>(batch->num_rows());
+      auto table = ::arrow::Table::FromRecordBatches({batch});
+      if (!table.ok()) throw CliError("InternalError", table.status().message());
+      const unique_ovarray_ptr host = orvane::io::parquet::core::read::arrow_to_orvane(*table, file);
+      const std::size_t rows = ovTableNumRows(host.get());
+      std::vector<std::size_t> kept = conditions.empty() ? rowRange(0, rows) : matchingRows(host.get(), conditions);
+      const auto dropped = static_cast<std::size_t>(std::min<std::uint64_t>(skip, kept.size()));
+      kept.erase(kept.begin(), kept.begin() + static_cast<std::ptrdiff_t>(dropped));
+      skip -= dropped;
+      const std::uint64_t room = limit - taken;
+      if (kept.size() > room) {
+        if (tableCut) sink.addUnshown(kept.size() - room);
+        kept.resize(static_cast<std::size_t>(room));
       }
-      if (options.head) rest = std::min<std::uint64_t>(rest, *options.head - taken);
-      sink.addUnshown(rest);
-      break;
+      const bool done = taken + kept.size() >= limit && !countAll;
+      if (!done) pending = std::async(std::launch::async, fetch);
+      orvane::throwIfInterruptPending();
+      if (!kept.empty() || (batches == 1 && global.format == Format::Table)) sink.add(host.get(), batch, kept);
+      taken += kept.size();
+      if (done) break;
+    }
+    if (tableCut && conditions.empty()) {
+      // Rows not read at all are counted from the row-group heights.
+      std::uint64_t total = 0;
+      for (const double r : list) total += heightOf(r);
+      sink.addUnshown(total - std::min(total, seen));
     }
   }
   orvane::throwIfInterruptPending();
   sink.finish();
-  if (global.verbose) std::cerr << "read " << groupsRead << " row groups, " << taken << " rows\n";
+  if (global.verbose) std::cerr << "read " << batches << " batches, " << taken << " rows\n";
   return 0;
 }
 

@@ -431,6 +431,15 @@ WriteResult writeAll(core::write::ParquetWriter& writer, Input& input, const Wri
 }  // namespace
 
 int runWrite(const GlobalOptions& global, const WriteOptions& options) {
+  // write makes Parquet only: a text-format name is almost surely a mistake.
+  const std::string outputExtension = lowerExtension(options.output);
+  if (outputExtension == ".csv" || outputExtension == ".json" || outputExtension == ".ndjson" ||
+      outputExtension == ".tsv") {
+    throw usageError("OutputNotParquet", "'write' makes a Parquet file, but '" + options.output + "' ends in " +
+                                             outputExtension + ". To export text, use 'ovparquet read FILE --format " +
+                                             (outputExtension == ".tsv" ? std::string("csv") : outputExtension.substr(1)) +
+                                             " > " + options.output + "'.");
+  }
   const std::string format = inputFormat(options);
   std::unique_ptr<Input> input;
   if (format == "csv") {

@@ -88,6 +88,32 @@ def duckdb_file(out):
         TO '{path}' (FORMAT PARQUET, ROW_GROUP_SIZE 100000)""")
 
 
+def zoned_decimal_file(out):
+    # Time stamps in New York and exact decimals, in 4 row groups of 25 rows;
+    # the texts pyarrow and Python's zoneinfo give for them go to a CSV file
+    # the tests compare the program's output with.
+    import decimal
+    import zoneinfo
+    n = 100
+    zone = zoneinfo.ZoneInfo("America/New_York")
+    start = datetime.datetime(2024, 1, 1, tzinfo=datetime.timezone.utc)
+    # Across the spring change of offset (2024-03-10 07:00 UTC).
+    instants = [start + datetime.timedelta(days=i, hours=i % 24) for i in range(n)]
+    amounts = [decimal.Decimal(-86026138 + 12345 * i).scaleb(-4) for i in range(n)]
+    amounts[3] = None
+    table = pa.table({
+        "id": pa.array(range(n), pa.int64()),
+        "at": pa.array(instants, pa.timestamp("us", tz="America/New_York")),
+        "amount": pa.array(amounts, pa.decimal128(18, 4)),
+    })
+    pq.write_table(table, os.path.join(out, "pyarrow_zoned_decimal.parquet"), row_group_size=25)
+    with open(os.path.join(out, "pyarrow_zoned_decimal_expected.csv"), "w") as f:
+        for i in range(n):
+            local = instants[i].astimezone(zone).isoformat(timespec="microseconds")
+            amount = "" if amounts[i] is None else str(amounts[i])
+            f.write(f"{i},{local},{amount}\n")
+
+
 def main():
     out = sys.argv[1]
     os.makedirs(out, exist_ok=True)
@@ -96,6 +122,7 @@ def main():
     other_files(out)
     records_file(out)
     duckdb_file(out)
+    zoned_decimal_file(out)
 
 
 if __name__ == "__main__":
