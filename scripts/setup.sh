@@ -25,6 +25,7 @@ apt_packages=(
   libcli11-dev libfmt-dev nlohmann-json3-dev libutfcpp-dev
   python3 python3-venv python3-pip
   octave liboctave-dev
+  openjdk-17-jre-headless
 )
 missing=()
 for p in "${apt_packages[@]}"; do
