@@ -17,6 +17,7 @@ closures, so they appear in no Spark configuration, log or UI page.
 """
 import json
 import os
+import re
 import shutil
 import signal
 import socket
@@ -167,6 +168,15 @@ def task_failure(exc):
         return None
 
 
+def failure_summary(exc):
+    """The first line of Spark's error and the Java exception behind it."""
+    lines = [line.strip() for line in str(exc).splitlines() if line.strip()]
+    if not lines:
+        return type(exc).__name__
+    cause = next((line.lstrip(": ") for line in lines[1:] if re.match(r":?\s*[\w.$]+(Exception|Error)\b", line)), "")
+    return lines[0] + (" " + cause if cause else "")
+
+
 def main(jobdir):
     with open(os.path.join(jobdir, "job.json")) as f:
         job = json.load(f)
@@ -242,9 +252,8 @@ def main(jobdir):
         if failure:
             write_json(status, {"ok": False, **failure})
         else:
-            lines = [line for line in str(e).splitlines() if line.strip()]
             write_json(status, {"ok": False, "identifier": "ORVANE:octave:SparkJobFailed",
-                                "message": "The Spark job failed: " + (lines[0] if lines else type(e).__name__)})
+                                "message": "The Spark job failed: " + failure_summary(e)})
         return 1
     finally:
         stopping.set()

@@ -70,8 +70,10 @@
 %!     if (ischar (line) && strncmp (line, "READY", 5))
 %!       break;
 %!     endif
+%!     fclear (out);
 %!     pause (0.1);
 %!   endfor
+%!   assert (ischar (line) && strncmp (line, "READY", 5), "the S3 server did not start");
 %!   ports = sscanf (line, "READY %d %d");
 %!   secret = "zz-secret-Hn3kT9qLw0-zz";
 %!   saved = {getenv("AWS_ACCESS_KEY_ID"), getenv("AWS_SECRET_ACCESS_KEY"), getenv("AWS_ENDPOINT_URL"), getenv("AWS_REGION")};
@@ -84,7 +86,8 @@
 %!                      fullfile (getenv ("OVPARQUET_OCTAVE_TESTS"), "s3_upload.py"), ports(1), data));
 %!     events = tempname ();
 %!     mkdir (events);
-%!     conf = {"spark.eventLog.enabled", "true", "spark.eventLog.dir", ["file://" events]};
+%!     conf = {"spark.eventLog.enabled", "true", "spark.eventLog.dir", ["file://" events], ...
+%!             "spark.eventLog.rolling.enabled", "false", "spark.eventLog.compress", "false"};
 %!     [out_spark, spark] = evalc ('ovparquet_mapreduce ("s3://ovbucket/trips", @mr_stats_map, @mr_stats_reduce, "Engine", master, "SparkConf", conf, args{:})');
 %!     serial = ovparquet_mapreduce ("s3://ovbucket/trips", @mr_stats_map, @mr_stats_reduce, args{:});
 %!     check_stats (spark, keys, rows);
@@ -122,7 +125,7 @@
 ## the original message.
 %!test
 %! try
-%!   ovparquet_mapreduce (data, @mr_fails_on_id, @mr_stats_reduce, "Engine", master, args{:});
+%!   ovparquet_mapreduce (data, @mr_fails_on_id, @mr_stats_reduce, "Engine", master, "SplitSize", 32768, "Progress", false);
 %!   error ("no error");
 %! catch e
 %!   assert (e.identifier, "mr:boom");
