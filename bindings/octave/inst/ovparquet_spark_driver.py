@@ -85,6 +85,8 @@ def stop(signum, frame):
     shutil.rmtree(workdir, ignore_errors=True)
     os._exit(143)
 signal.signal(signal.SIGTERM, stop)
+# Spark's Python daemon ends its workers' whole process group with SIGHUP.
+signal.signal(signal.SIGHUP, stop)
 libc.prctl(PR_SET_PDEATHSIG, signal.SIGTERM)
 if os.getppid() != parent:
     stop(0, None)

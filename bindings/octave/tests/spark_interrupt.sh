@@ -9,6 +9,9 @@ master=$(cat "$state.url")
 scratch=$("$python" -c 'import json, sys; print(json.load(open(sys.argv[1]))["scratch"])' "$state")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+# Task folders of earlier tests (a killed worker leaves its own) do not count.
+ls -d "$scratch"/tmp/ovparquet-* 2>/dev/null | sort >"$work/before.txt" || true
+new_folders() { ls -d "$scratch"/tmp/ovparquet-* 2>/dev/null | sort | comm -13 "$work/before.txt" - || true; }
 
 TMPDIR="$work" OVPARQUET_PYTHON="$python" "$octave" --no-gui --norc --no-history --eval "
 addpath('$package'); addpath('$functions');
@@ -18,10 +21,10 @@ pid=$!
 
 # Interrupt once tasks run on the executors.
 for _ in $(seq 1 600); do
-  if ls "$scratch"/tmp/ovparquet-map-* >/dev/null 2>&1; then break; fi
+  if [ -n "$(new_folders)" ]; then break; fi
   sleep 0.1
 done
-ls "$scratch"/tmp/ovparquet-map-* >/dev/null 2>&1 || { echo "no task ever started"; cat "$work/out.txt"; exit 1; }
+[ -n "$(new_folders)" ] || { echo "no task ever started"; cat "$work/out.txt"; exit 1; }
 sleep 1
 kill -INT "$pid"
 set +e
@@ -37,11 +40,11 @@ leftover=$(find "$work" -maxdepth 1 -name 'ovparquet-job-*')
 [ -z "$leftover" ] || { echo "left behind: $leftover"; exit 1; }
 # The executors' task folders go when the cancelled tasks are killed.
 for _ in $(seq 1 300); do
-  if ! ls "$scratch"/tmp/ovparquet-* >/dev/null 2>&1 && ! pgrep -f "__ovparquet_task__" >/dev/null; then
+  if [ -z "$(new_folders)" ] && ! pgrep -f "__ovparquet_task__" >/dev/null; then
     echo "no scratch folder and no task left"
     exit 0
   fi
   sleep 0.1
 done
-echo "left behind on the executors:"; ls -d "$scratch"/tmp/ovparquet-* || true; pgrep -af "__ovparquet_task__" || true
+echo "left behind on the executors:"; new_folders; pgrep -af "__ovparquet_task__" || true
 exit 1
