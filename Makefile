@@ -2,13 +2,14 @@
 #   make example   set up if needed, build, run the bundled example
 #   make test      set up if needed, build, run every test
 #   make bench     build and run the benchmarks (Release)
+#   make bench-mapreduce  serial against Spark with one and two executors
 #   make sanitize  build and test with AddressSanitizer and UBSan
 #   make octave-package  the GNU Octave package tarball (pkg install)
 BUILD    ?= build
 JOBS     ?= $(shell nproc)
 GENERATOR = -G Ninja
 
-.PHONY: setup configure build example test bench sanitize clean octave-package
+.PHONY: setup configure build example test bench bench-mapreduce sanitize clean octave-package
 
 setup:
 	@bash scripts/setup.sh
@@ -28,6 +29,11 @@ test: build
 bench:
 	@$(MAKE) --no-print-directory build BUILD=build-release CMAKE_ARGS="-DCMAKE_BUILD_TYPE=Release"
 	@bash bench/run.sh build-release
+
+# The mapreduce engines compared on a Spark cluster started on 127.0.0.1
+# (several minutes).
+bench-mapreduce: build
+	@bash bench/mapreduce/run.sh $(BUILD)
 
 sanitize:
 	@ARROW_DEFAULT_MEMORY_POOL=system $(MAKE) --no-print-directory test BUILD=build-asan CMAKE_ARGS="-DOVPARQUET_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug"
