@@ -175,7 +175,7 @@
 %! cluster = getenv ("OVPARQUET_SPARK_CLUSTER");
 %! pid = str2double (python (sprintf ("'%s' add-worker '%s'", cluster, getenv ("OVPARQUET_SPARK_STATE"))));
 %! marker = tempname ();
-%! system (sprintf ("'%s' '%s' %d '%s'", getenv ("OVPARQUET_PYTHON"),
+%! system (sprintf ("'%s' '%s' %d '%s' >/dev/null 2>&1 </dev/null", getenv ("OVPARQUET_PYTHON"),
 %!                  fullfile (getenv ("OVPARQUET_OCTAVE_TESTS"), "kill_when_busy.py"), pid, marker), false, "async");
 %! r = ovparquet_mapreduce (data, @mr_slow_map, @mr_stats_reduce, "Engine", master, "TaskGroups", 16, args{:});
 %! assert (exist (marker, "file") == 2, "the worker was not killed during the job");
