@@ -38,8 +38,9 @@ echo "octave ended with status $status"
 # The caller's job folder is gone at once.
 leftover=$(find "$work" -maxdepth 1 -name 'ovparquet-job-*')
 [ -z "$leftover" ] || { echo "left behind: $leftover"; exit 1; }
-# The executors' task folders go when the cancelled tasks are killed.
-for _ in $(seq 1 300); do
+# The executors' task folders go when Spark ends the cancelled tasks' workers
+# (within two minutes on a loaded machine).
+for _ in $(seq 1 1200); do
   if [ -z "$(new_folders)" ] && ! pgrep -f "__ovparquet_task__" >/dev/null; then
     echo "no scratch folder and no task left"
     exit 0
