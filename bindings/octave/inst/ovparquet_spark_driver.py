@@ -79,9 +79,12 @@ libc = ctypes.CDLL(None, use_errno=True)
 parent, workdir, command = int(sys.argv[1]), sys.argv[2], sys.argv[3:]
 child = None
 def stop(signum, frame):
-    if child is not None and child.poll() is None:
-        child.kill()
-        child.wait()
+    # No child.wait() here: the interrupted main thread holds its lock.
+    if child is not None:
+        try:
+            os.kill(child.pid, signal.SIGKILL)
+        except ProcessLookupError:
+            pass
     shutil.rmtree(workdir, ignore_errors=True)
     os._exit(143)
 signal.signal(signal.SIGTERM, stop)
