@@ -2,6 +2,7 @@
 #   make example   set up if needed, build, run the bundled example
 #   make test      set up if needed, build, run every test
 #   make bench     build and run the benchmarks (Release)
+#   make bench-mapreduce  serial against Spark with one and two executors
 #   make sanitize  build and test with AddressSanitizer and UBSan
 #   make octave-package  the GNU Octave package tarball (pkg install)
 #   make package   build the Debian package (BUILD/package/ovparquet_*.deb)
@@ -12,7 +13,7 @@ JOBS     ?= $(shell nproc)
 GENERATOR = -G Ninja
 FUZZ_SECONDS ?= 60
 
-.PHONY: setup configure build example test bench sanitize package clean octave-package fuzz
+.PHONY: setup configure build example test bench bench-mapreduce sanitize package clean octave-package fuzz
 
 setup:
 	@bash scripts/setup.sh
@@ -32,6 +33,11 @@ test: build
 bench:
 	@$(MAKE) --no-print-directory build BUILD=build-release CMAKE_ARGS="-DCMAKE_BUILD_TYPE=Release"
 	@bash bench/run.sh build-release
+
+# The mapreduce engines compared on a Spark cluster started on 127.0.0.1
+# (several minutes).
+bench-mapreduce: build
+	@bash bench/mapreduce/run.sh $(BUILD)
 
 sanitize:
 	@ARROW_DEFAULT_MEMORY_POOL=system $(MAKE) --no-print-directory test BUILD=build-asan CMAKE_ARGS="-DOVPARQUET_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug"

@@ -5,6 +5,7 @@
 #include "errors.hpp"
 #include "options.hpp"
 #include "progress.hpp"
+#include "splits_command.hpp"
 #include "text.hpp"
 
 #include <ovparquet/host/error.hpp>
@@ -210,6 +211,8 @@ int run(int argc, char** argv) {
   writeCmd->add_flag("--no-store-schema", noStoreSchema, "Do not store the Arrow schema in the file");
   writeCmd->add_flag("--no-compliant-nested", noCompliant, "Name list elements 'item' instead of 'element'");
 
+  SplitsCommand splits(app);
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& e) {
@@ -276,6 +279,7 @@ int run(int argc, char** argv) {
     if (countCmd->parsed()) return runCount(global, count);
     if (readCmd->parsed()) return runRead(global, read);
     if (statsCmd->parsed()) return runStats(global, stats);
+    if (splits.parsed()) return splits.run(global);
     return runWrite(global, write);
   });
 }

@@ -28,6 +28,7 @@ apt_packages=(
   libcli11-dev libfmt-dev nlohmann-json3-dev libutfcpp-dev
   python3 python3-venv python3-pip
   octave liboctave-dev
+  openjdk-17-jre-headless
 )
 [ $want_fuzz -eq 1 ] && apt_packages+=(clang libclang-rt-14-dev)
 missing=()

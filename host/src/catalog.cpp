@@ -49,6 +49,9 @@ const std::vector<CatalogEntry>& messageCatalog() {
         {"ORVANE:parquetio:read:InternalError", "Internal error during {1}. {2}", 2},
         {"ORVANE:parquetio:read:UnsupportedRowFilterVariable",
          "Variable '{1}' of type {2} cannot be used to filter rows.", 2},
+        {"ORVANE:parquetio:read:NoParquetFiles", "No Parquet files (*.parquet) found under '{1}'.", 1},
+        {"ORVANE:parquetio:read:InvalidSplitSize",
+         "The split size must be a whole number of bytes of at least 1, not {1}.", 1},
 
         // Writing.
         {"ORVANE:parquetio:write:InvalidWrite", "Unable to write Parquet file '{1}': {2}", 2},
