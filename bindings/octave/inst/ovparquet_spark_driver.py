@@ -27,6 +27,9 @@ import tempfile
 import threading
 import time
 import urllib.parse
+import uuid
+
+from pyspark.accumulators import AccumulatorParam
 
 # Settings the executors' octave-cli needs for s3 locations.
 SECRET_PREFIXES = ("AWS_",)
@@ -70,32 +73,89 @@ class JobError(Exception):
 
 # Runs between a task and its octave-cli. Spark kills a cancelled task's
 # Python worker outright (SIGKILL), so no cleanup of the task can run there:
-# this guard learns of its parent's death from the kernel, then stops
-# octave-cli and removes the task's scratch folder.
+# this guard learns of its parent's death (from the kernel, from SIGHUP that
+# Spark's Python daemon sends its workers' process group on shutdown, and
+# from a thread that watches the parent's pid, whichever comes first), then
+# kills octave-cli's whole process group and removes the task's folder.
 GUARD = r"""
-import ctypes, os, shutil, signal, subprocess, sys
+import ctypes, os, shutil, signal, subprocess, sys, threading, time
 PR_SET_PDEATHSIG = 1
 libc = ctypes.CDLL(None, use_errno=True)
 parent, workdir, command = int(sys.argv[1]), sys.argv[2], sys.argv[3:]
 child = None
-def stop(signum, frame):
-    # No child.wait() here: the interrupted main thread holds its lock.
+def stop(signum=0, frame=None):
+    # No child.wait() here: the interrupted main thread may hold its lock.
     if child is not None:
         try:
-            os.kill(child.pid, signal.SIGKILL)
-        except ProcessLookupError:
+            os.killpg(child.pid, signal.SIGKILL)
+        except OSError:
             pass
     shutil.rmtree(workdir, ignore_errors=True)
+    try:
+        os.rmdir(os.path.dirname(workdir))  # the job's folder, once empty
+    except OSError:
+        pass
     os._exit(143)
+def watch():
+    while True:
+        time.sleep(0.5)
+        if os.getppid() != parent:
+            stop()
+def start_child():
+    # octave-cli leads a process group of its own, so that one kill ends
+    # whatever it starts, and it dies with this guard.
+    os.setsid()
+    signal.pthread_sigmask(signal.SIG_UNBLOCK, {signal.SIGTERM, signal.SIGHUP})
+    libc.prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
+    if os.getppid() != guard:
+        os._exit(143)
+guard = os.getpid()
 signal.signal(signal.SIGTERM, stop)
-# Spark's Python daemon ends its workers' whole process group with SIGHUP.
 signal.signal(signal.SIGHUP, stop)
 libc.prctl(PR_SET_PDEATHSIG, signal.SIGTERM)
 if os.getppid() != parent:
-    stop(0, None)
-child = subprocess.Popen(command, preexec_fn=lambda: libc.prctl(PR_SET_PDEATHSIG, signal.SIGKILL))
+    stop()
+threading.Thread(target=watch, daemon=True).start()
+# No signal between the start of octave-cli and knowing its pid.
+signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGTERM, signal.SIGHUP})
+child = subprocess.Popen(command, preexec_fn=start_child)
+signal.pthread_sigmask(signal.SIG_UNBLOCK, {signal.SIGTERM, signal.SIGHUP})
 sys.exit(child.wait())
 """
+
+TASKS_PREFIX = "ovparquet-tasks-"
+
+
+def task_folder(job_id, kind):
+    """A new folder for one task, in the job's folder inside the executor's
+    temporary folder (where the driver can remove what a killed task left)."""
+    base = os.path.join(tempfile.gettempdir(), TASKS_PREFIX + job_id)
+    for attempt in range(5):
+        os.makedirs(base, exist_ok=True)
+        try:
+            return tempfile.mkdtemp(prefix=kind + "-", dir=base)
+        except FileNotFoundError:
+            # Another task of the job removed the empty job folder just now.
+            if attempt == 4:
+                raise
+
+
+def remove_task_folder(workdir):
+    shutil.rmtree(workdir, ignore_errors=True)
+    try:
+        os.rmdir(os.path.dirname(workdir))  # the job's folder, once empty
+    except OSError:
+        pass
+
+
+class FolderSet(AccumulatorParam):
+    """The executors' temporary folders, reported by the tasks."""
+    def zero(self, value):
+        return set()
+
+    def addInPlace(self, a, b):
+        a |= b
+        return a
 
 
 def run_octave(job, secrets, workdir, mode, files_dir):
@@ -119,11 +179,12 @@ def run_octave(job, secrets, workdir, mode, files_dir):
         raise RuntimeError(f"octave-cli ended with status {proc.returncode}: {tail}")
 
 
-def make_map_task(job, secrets, parts, done):
+def make_map_task(job, secrets, parts, done, temps):
     def task(index, splits):
         from pyspark import SparkFiles
         splits = list(splits)
-        workdir = tempfile.mkdtemp(prefix="ovparquet-map-")
+        temps.add({tempfile.gettempdir()})
+        workdir = task_folder(job["id"], "map")
         try:
             write_json(os.path.join(workdir, "task.json"), {
                 "splits": splits, "variables": job["variables"], "mapfun": job["mapfun"], "parts": parts})
@@ -136,14 +197,15 @@ def make_map_task(job, secrets, parts, done):
             done.add(len(splits))
             return iter(out)
         finally:
-            shutil.rmtree(workdir, ignore_errors=True)
+            remove_task_folder(workdir)
     return task
 
 
-def make_reduce_task(job, secrets):
+def make_reduce_task(job, secrets, temps):
     def task(index, pairs):
         from pyspark import SparkFiles
-        workdir = tempfile.mkdtemp(prefix="ovparquet-reduce-")
+        temps.add({tempfile.gettempdir()})
+        workdir = task_folder(job["id"], "reduce")
         try:
             count = 0
             for _, blob in pairs:
@@ -157,8 +219,16 @@ def make_reduce_task(job, secrets):
             with open(os.path.join(workdir, "result.bin"), "rb") as f:
                 return iter([f.read()])
         finally:
-            shutil.rmtree(workdir, ignore_errors=True)
+            remove_task_folder(workdir)
     return task
+
+
+def remove_job_folders(job_id, temps):
+    """Once the job is over: the job's task folders in the executors'
+    temporary folders that this machine sees. A task whose processes were
+    all SIGKILLed at once (its worker killed) could not remove its own."""
+    for temp in temps:
+        shutil.rmtree(os.path.join(temp, TASKS_PREFIX + job_id), ignore_errors=True)
 
 
 def task_failure(exc):
@@ -188,7 +258,10 @@ def main(jobdir):
     secrets = take_secrets()
     status = os.path.join(jobdir, "status.json")
     progress = os.path.join(jobdir, "progress")
+    # Names the job's folder of task folders on every executor.
+    job["id"] = uuid.uuid4().hex[:16]
     spark = None
+    temps = None
     stopping = threading.Event()
 
     def on_term(signum, frame):
@@ -225,6 +298,7 @@ def main(jobdir):
         groups = max(1, min(groups, total))
         parts = max(1, min(sc.defaultParallelism, groups))
         done = sc.accumulator(0)
+        temps = sc.accumulator(set(), FolderSet())
 
         def report():
             while not stopping.wait(0.3):
@@ -236,9 +310,9 @@ def main(jobdir):
         chunks = [splits[i * total // groups:(i + 1) * total // groups] for i in range(groups)]
         rdd = sc.parallelize(chunks, groups).flatMap(lambda chunk: chunk)
         sc.setJobDescription(f"ovparquet mapreduce: {total} splits in {groups} map tasks")
-        mapped = rdd.mapPartitionsWithIndex(make_map_task(job, secrets, parts, done))
+        mapped = rdd.mapPartitionsWithIndex(make_map_task(job, secrets, parts, done, temps))
         shuffled = mapped.partitionBy(parts, lambda p: p)
-        results = shuffled.mapPartitionsWithIndex(make_reduce_task(job, secrets)).collect()
+        results = shuffled.mapPartitionsWithIndex(make_reduce_task(job, secrets, temps)).collect()
         stopping.set()
         write_json(progress, [total, total])
         for i, blob in enumerate(results):
@@ -267,6 +341,8 @@ def main(jobdir):
                 spark.stop()
             except Exception:
                 pass
+        if temps is not None:
+            remove_job_folders(job["id"], temps.value)
 
 
 if __name__ == "__main__":

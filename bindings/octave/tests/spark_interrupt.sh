@@ -9,9 +9,17 @@ master=$(cat "$state.url")
 scratch=$("$python" -c 'import json, sys; print(json.load(open(sys.argv[1]))["scratch"])' "$state")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-# Task folders of earlier tests (a killed worker leaves its own) do not count.
-ls -d "$scratch"/tmp/ovparquet-* 2>/dev/null | sort >"$work/before.txt" || true
-new_folders() { ls -d "$scratch"/tmp/ovparquet-* 2>/dev/null | sort | comm -13 "$work/before.txt" - || true; }
+ui_port=$("$python" -c 'import json, sys; print(json.load(open(sys.argv[1]))["ui_port"])' "$state")
+# Task folders of earlier jobs do not count.
+task_folders() { find "$scratch" -name 'ovparquet-tasks-*' 2>/dev/null | sort; }
+task_folders >"$work/before.txt"
+new_folders() { task_folders | comm -13 "$work/before.txt" -; }
+# The processes of this cluster's tasks: a guard and its octave-cli.
+task_processes() { pgrep -af "__ovparquet_task__.*$scratch" || true; }
+active_apps() {
+  "$python" -c 'import json, sys, urllib.request; print(len(json.load(urllib.request.urlopen(sys.argv[1], timeout=5))["activeapps"]))' \
+    "http://127.0.0.1:$ui_port/json/"
+}
 
 TMPDIR="$work" OVPARQUET_PYTHON="$python" "$octave" --no-gui --norc --no-history --eval "
 addpath('$package'); addpath('$functions');
@@ -20,7 +28,7 @@ printf ('finished\n');" >"$work/out.txt" 2>&1 &
 pid=$!
 
 # Interrupt once tasks run on the executors.
-for _ in $(seq 1 600); do
+for _ in $(seq 1 1800); do
   if [ -n "$(new_folders)" ]; then break; fi
   sleep 0.1
 done
@@ -38,14 +46,14 @@ echo "octave ended with status $status"
 # The caller's job folder is gone at once.
 leftover=$(find "$work" -maxdepth 1 -name 'ovparquet-job-*')
 [ -z "$leftover" ] || { echo "left behind: $leftover"; exit 1; }
-# The executors' task folders go when Spark ends the cancelled tasks' workers
-# (within two minutes on a loaded machine).
-for _ in $(seq 1 1200); do
-  if [ -z "$(new_folders)" ] && ! pgrep -f "__ovparquet_task__" >/dev/null; then
-    echo "no scratch folder and no task left"
+# The application ends, and with it the cancelled tasks' processes and
+# their folders (within two minutes on a loaded machine).
+for _ in $(seq 1 240); do
+  if [ -z "$(new_folders)" ] && [ -z "$(task_processes)" ] && [ "$(active_apps)" = 0 ]; then
+    echo "no scratch folder, no task process and no Spark application left"
     exit 0
   fi
-  sleep 0.1
+  sleep 0.5
 done
-echo "left behind on the executors:"; new_folders; pgrep -af "__ovparquet_task__" || true
+echo "left behind:"; new_folders; task_processes; echo "active Spark applications: $(active_apps)"
 exit 1
