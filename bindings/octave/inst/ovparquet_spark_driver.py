@@ -280,7 +280,12 @@ def main(jobdir):
                    .config("spark.ui.showConsoleProgress", "false")
                    .config("spark.task.maxFailures", "2")
                    .config("spark.pyspark.python", sys.executable)
-                   .config("spark.pyspark.driver.python", sys.executable))
+                   .config("spark.pyspark.driver.python", sys.executable)
+                   # The JVMs only start and move blobs; without the optimising
+                   # compiler a job's fixed cost fell from 50 to 26 s on a
+                   # busy two-core machine.
+                   .config("spark.driver.extraJavaOptions", "-XX:TieredStopAtLevel=1")
+                   .config("spark.executor.extraJavaOptions", "-XX:TieredStopAtLevel=1"))
         conf = job.get("conf") or []
         for key, value in zip(conf[0::2], conf[1::2]):
             builder = builder.config(key, str(value))
