@@ -8,12 +8,18 @@
 #include "origin.hpp"
 #include "read_internal.hpp"
 
+#include <ovparquet/host/threads.hpp>
 #include <ovparquet/host/ustring.hpp>
 #include <ovparquet/host/warning.hpp>
 
 #include <arrow/array.h>
 #include <arrow/chunked_array.h>
 #include <arrow/table.h>
+#include <tbb/parallel_for.h>
+#include <tbb/task_arena.h>
+
+#include <algorithm>
+#include <exception>
 
 namespace orvane::io::arrow::core {
 namespace detail {
@@ -95,24 +101,76 @@ unique_ovarray_ptr readColumn(const ::arrow::DataType& type, Segments segments,
 
 namespace {
 
-// Converts one column given as its chunks, and issues the column's warning
-// for invalid UTF-8.
-unique_ovarray_ptr readChunks(const std::shared_ptr<::arrow::DataType>& type,
-                              const ::arrow::ArrayVector& chunks, std::int64_t length,
-                              ReadContext& context) {
+// Converts one column given as its chunks. The column's warning for invalid
+// UTF-8 is left to the caller (see warnInvalidUtf8), so that columns
+// converted on other threads still warn on the caller's, in column order.
+unique_ovarray_ptr convertChunks(const std::shared_ptr<::arrow::DataType>& type,
+                                 const ::arrow::ArrayVector& chunks, std::int64_t length,
+                                 ReadContext& context) {
   if (!to_orvane_datatype(type)) context.unsupported(*type);
   std::vector<Segment> segments;
   segments.reserve(chunks.size());
   for (const auto& chunk : chunks) {
     segments.push_back(Segment{chunk->data().get(), 0, chunk->length()});
   }
-  auto array = readColumn(*type, segments, static_cast<std::size_t>(length), nullptr, context);
+  return readColumn(*type, segments, static_cast<std::size_t>(length), nullptr, context);
+}
+
+void warnInvalidUtf8(const ReadContext& context) {
   if (context.invalidUtf8Values() != 0) {
     orvane::ovWarningMsgId(orvane::Message::make(kConvertComponent, kInvalidUtf8InColumnKey,
                                                  context.column(),
                                                  context.invalidUtf8Values()));
   }
+}
+
+unique_ovarray_ptr readChunks(const std::shared_ptr<::arrow::DataType>& type,
+                              const ::arrow::ArrayVector& chunks, std::int64_t length,
+                              ReadContext& context) {
+  auto array = convertChunks(type, chunks, length, context);
+  warnInvalidUtf8(context);
   return array;
+}
+
+// Converts the columns of a table, on up to the host's computational thread
+// count of threads. The result, the warnings and the error raised are those
+// of converting the columns one after another: each column's outcome is kept
+// and they are reported in column order.
+std::vector<unique_ovarray_ptr> readColumns(const ::arrow::Table& table, const std::string& file) {
+  const auto count = static_cast<std::size_t>(table.num_columns());
+  std::vector<unique_ovarray_ptr> columns(count);
+  std::vector<ReadContext> contexts;
+  contexts.reserve(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    contexts.emplace_back(table.schema()->field(static_cast<int>(i))->name(), file);
+  }
+  std::vector<std::exception_ptr> errors(count);
+  auto convert = [&](std::size_t i) {
+    try {
+      const auto& column = table.column(static_cast<int>(i));
+      columns[i] = convertChunks(column->type(), column->chunks(), column->length(), contexts[i]);
+    } catch (...) {
+      errors[i] = std::current_exception();
+    }
+  };
+  const std::size_t threads = std::min<std::size_t>(orvane::computationalThreadCount(), count);
+  if (threads <= 1) {
+    for (std::size_t i = 0; i < count; ++i) {
+      convert(i);
+      if (errors[i]) break;
+    }
+  } else {
+    // An arena of its own bounds the threads whatever the caller's arena is.
+    tbb::task_arena arena(static_cast<int>(threads));
+    arena.execute([&] {
+      tbb::parallel_for(std::size_t{0}, count, [&](std::size_t i) { convert(i); });
+    });
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    if (errors[i]) std::rethrow_exception(errors[i]);
+    warnInvalidUtf8(contexts[i]);
+  }
+  return columns;
 }
 
 }  // namespace
@@ -133,18 +191,10 @@ unique_ovarray_ptr readChunks(const std::shared_ptr<::arrow::DataType>& type,
         detail::ReadContext(field->name(), file).unsupported(*field->type());
       }
     }
-    std::vector<unique_ovarray_ptr> columns;
+    std::vector<unique_ovarray_ptr> columns = detail::readColumns(*table, file);
     std::vector<orvane::ustring> names;
-    columns.reserve(static_cast<std::size_t>(count));
     names.reserve(static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i) {
-      const auto& field = schema->field(i);
-      const auto& column = table->column(i);
-      detail::ReadContext context(field->name(), file);
-      columns.push_back(
-          detail::readChunks(column->type(), column->chunks(), column->length(), context));
-      names.push_back(orvane::to_ustring(field->name()));
-    }
+    for (int i = 0; i < count; ++i) names.push_back(orvane::to_ustring(schema->field(i)->name()));
     auto host = ovCreateTable(std::move(columns), names);
     if (const auto& metadata = schema->metadata(); metadata && metadata->size() != 0) {
       ovSetOrigin(host.get(), std::make_shared<detail::SchemaMetadataOrigin>(metadata));
