@@ -18,8 +18,9 @@
 #include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
 
-#include <algorithm>
+#include <deque>
 #include <exception>
+#include <utility>
 
 namespace orvane::io::arrow::core {
 namespace detail {
@@ -39,6 +40,8 @@ void ReadContext::invalid(const std::string& what) const {
 }
 
 const std::shared_ptr<const ovOrigin>& ReadContext::cellOrigin(const ::arrow::DataType& type) {
+  // References to the map's values stay valid as it grows.
+  std::lock_guard<std::mutex> lock(mOriginMutex);
   auto& origin = mOrigins[&type];
   if (!origin) origin = std::make_shared<ArrowTypeOrigin>(type.GetSharedPtr());
   return origin;
@@ -101,6 +104,15 @@ unique_ovarray_ptr readColumn(const ::arrow::DataType& type, Segments segments,
 
 namespace {
 
+// Runs `work` in an arena of the computational thread count, which bounds
+// the threads of every parallel loop inside (columns, and list rows) whatever
+// arena the caller runs in.
+template <typename Work>
+void withComputationalThreads(Work&& work) {
+  tbb::task_arena arena(static_cast<int>(orvane::computationalThreadCount()));
+  arena.execute(std::forward<Work>(work));
+}
+
 // Converts one column given as its chunks. The column's warning for invalid
 // UTF-8 is left to the caller (see warnInvalidUtf8), so that columns
 // converted on other threads still warn on the caller's, in column order.
@@ -127,7 +139,16 @@ void warnInvalidUtf8(const ReadContext& context) {
 unique_ovarray_ptr readChunks(const std::shared_ptr<::arrow::DataType>& type,
                               const ::arrow::ArrayVector& chunks, std::int64_t length,
                               ReadContext& context) {
-  auto array = convertChunks(type, chunks, length, context);
+  unique_ovarray_ptr array;
+  std::exception_ptr error;
+  withComputationalThreads([&] {
+    try {
+      array = convertChunks(type, chunks, length, context);
+    } catch (...) {
+      error = std::current_exception();
+    }
+  });
+  if (error) std::rethrow_exception(error);
   warnInvalidUtf8(context);
   return array;
 }
@@ -139,8 +160,7 @@ unique_ovarray_ptr readChunks(const std::shared_ptr<::arrow::DataType>& type,
 std::vector<unique_ovarray_ptr> readColumns(const ::arrow::Table& table, const std::string& file) {
   const auto count = static_cast<std::size_t>(table.num_columns());
   std::vector<unique_ovarray_ptr> columns(count);
-  std::vector<ReadContext> contexts;
-  contexts.reserve(count);
+  std::deque<ReadContext> contexts;
   for (std::size_t i = 0; i < count; ++i) {
     contexts.emplace_back(table.schema()->field(static_cast<int>(i))->name(), file);
   }
@@ -153,16 +173,13 @@ std::vector<unique_ovarray_ptr> readColumns(const ::arrow::Table& table, const s
       errors[i] = std::current_exception();
     }
   };
-  const std::size_t threads = std::min<std::size_t>(orvane::computationalThreadCount(), count);
-  if (threads <= 1) {
+  if (orvane::computationalThreadCount() <= 1) {
     for (std::size_t i = 0; i < count; ++i) {
       convert(i);
       if (errors[i]) break;
     }
   } else {
-    // An arena of its own bounds the threads whatever the caller's arena is.
-    tbb::task_arena arena(static_cast<int>(threads));
-    arena.execute([&] {
+    withComputationalThreads([&] {
       tbb::parallel_for(std::size_t{0}, count, [&](std::size_t i) { convert(i); });
     });
   }

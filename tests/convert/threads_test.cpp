@@ -49,6 +49,43 @@ TEST(Threads, OneAndTwoThreadsGiveTheSameHostArrays) {
   }
 }
 
+TEST(Threads, LongListColumnsGiveTheSameHostArrays) {
+  // Long enough for the rows of one list column to convert on both threads.
+  ThreadCountGuard guard;
+  RandomArrow::Options options;
+  options.canonical = false;
+  options.structNulls = true;
+  options.maxDepth = 2;
+  for (std::uint64_t seed = 1; seed <= 4; ++seed) {
+    RandomArrow random(seed, options);
+    const auto type = a::list(random.type(1));
+    auto table = tableOf({{"list", random.column(type, 70000)},
+                          {"ints", random.column(a::list(a::int64()), 70000)}});
+    const Outcome one = convertWith(1, table);
+    const Outcome two = convertWith(2, table);
+    EXPECT_HOST_EQ(one.host.get(), two.host.get()) << "seed " << seed << ", " << type->ToString();
+    EXPECT_EQ(one.warnings, two.warnings) << "seed " << seed;
+  }
+}
+
+TEST(Threads, InvalidUtf8InListRowsIsCountedOnce) {
+  ThreadCountGuard guard;
+  a::ListBuilder lists(a::default_memory_pool(), std::make_shared<a::StringBuilder>());
+  auto* values = static_cast<a::StringBuilder*>(lists.value_builder());
+  std::uint64_t bad = 0;
+  for (int row = 0; row < 50000; ++row) {
+    ASSERT_TRUE(lists.Append().ok());
+    ASSERT_TRUE(values->Append(row % 7 == 0 ? "x\xFF" : "fine").ok());
+    bad += row % 7 == 0;
+  }
+  auto table = tableOf("s", unwrap(lists.Finish()));
+  const Outcome two = convertWith(2, table);
+  ASSERT_EQ(two.warnings.size(), 1u);
+  EXPECT_EQ(two.warnings[0], orvane::Message::make(kConvertComponent, kInvalidUtf8InColumnKey,
+                                                   std::string("s"), bad));
+  EXPECT_HOST_EQ(two.host.get(), convertWith(1, table).host.get());
+}
+
 std::shared_ptr<a::Array> badUtf8(const std::string& text) {
   a::StringBuilder builder;
   EXPECT_TRUE(builder.Append(text).ok());
