@@ -8,12 +8,19 @@
 #include "origin.hpp"
 #include "read_internal.hpp"
 
+#include <ovparquet/host/threads.hpp>
 #include <ovparquet/host/ustring.hpp>
 #include <ovparquet/host/warning.hpp>
 
 #include <arrow/array.h>
 #include <arrow/chunked_array.h>
 #include <arrow/table.h>
+#include <tbb/parallel_for.h>
+#include <tbb/task_arena.h>
+
+#include <deque>
+#include <exception>
+#include <utility>
 
 namespace orvane::io::arrow::core {
 namespace detail {
@@ -33,6 +40,8 @@ void ReadContext::invalid(const std::string& what) const {
 }
 
 const std::shared_ptr<const ovOrigin>& ReadContext::cellOrigin(const ::arrow::DataType& type) {
+  // References to the map's values stay valid as it grows.
+  std::lock_guard<std::mutex> lock(mOriginMutex);
   auto& origin = mOrigins[&type];
   if (!origin) origin = std::make_shared<ArrowTypeOrigin>(type.GetSharedPtr());
   return origin;
@@ -95,24 +104,90 @@ unique_ovarray_ptr readColumn(const ::arrow::DataType& type, Segments segments,
 
 namespace {
 
-// Converts one column given as its chunks, and issues the column's warning
-// for invalid UTF-8.
-unique_ovarray_ptr readChunks(const std::shared_ptr<::arrow::DataType>& type,
-                              const ::arrow::ArrayVector& chunks, std::int64_t length,
-                              ReadContext& context) {
+// Runs `work` in an arena of the computational thread count, which bounds
+// the threads of every parallel loop inside (columns, and list rows) whatever
+// arena the caller runs in.
+template <typename Work>
+void withComputationalThreads(Work&& work) {
+  tbb::task_arena arena(static_cast<int>(orvane::computationalThreadCount()));
+  arena.execute(std::forward<Work>(work));
+}
+
+// Converts one column given as its chunks. The column's warning for invalid
+// UTF-8 is left to the caller (see warnInvalidUtf8), so that columns
+// converted on other threads still warn on the caller's, in column order.
+unique_ovarray_ptr convertChunks(const std::shared_ptr<::arrow::DataType>& type,
+                                 const ::arrow::ArrayVector& chunks, std::int64_t length,
+                                 ReadContext& context) {
   if (!to_orvane_datatype(type)) context.unsupported(*type);
   std::vector<Segment> segments;
   segments.reserve(chunks.size());
   for (const auto& chunk : chunks) {
     segments.push_back(Segment{chunk->data().get(), 0, chunk->length()});
   }
-  auto array = readColumn(*type, segments, static_cast<std::size_t>(length), nullptr, context);
+  return readColumn(*type, segments, static_cast<std::size_t>(length), nullptr, context);
+}
+
+void warnInvalidUtf8(const ReadContext& context) {
   if (context.invalidUtf8Values() != 0) {
     orvane::ovWarningMsgId(orvane::Message::make(kConvertComponent, kInvalidUtf8InColumnKey,
                                                  context.column(),
                                                  context.invalidUtf8Values()));
   }
+}
+
+unique_ovarray_ptr readChunks(const std::shared_ptr<::arrow::DataType>& type,
+                              const ::arrow::ArrayVector& chunks, std::int64_t length,
+                              ReadContext& context) {
+  unique_ovarray_ptr array;
+  std::exception_ptr error;
+  withComputationalThreads([&] {
+    try {
+      array = convertChunks(type, chunks, length, context);
+    } catch (...) {
+      error = std::current_exception();
+    }
+  });
+  if (error) std::rethrow_exception(error);
+  warnInvalidUtf8(context);
   return array;
+}
+
+// Converts the columns of a table, on up to the host's computational thread
+// count of threads. The result, the warnings and the error raised are those
+// of converting the columns one after another: each column's outcome is kept
+// and they are reported in column order.
+std::vector<unique_ovarray_ptr> readColumns(const ::arrow::Table& table, const std::string& file) {
+  const auto count = static_cast<std::size_t>(table.num_columns());
+  std::vector<unique_ovarray_ptr> columns(count);
+  std::deque<ReadContext> contexts;
+  for (std::size_t i = 0; i < count; ++i) {
+    contexts.emplace_back(table.schema()->field(static_cast<int>(i))->name(), file);
+  }
+  std::vector<std::exception_ptr> errors(count);
+  auto convert = [&](std::size_t i) {
+    try {
+      const auto& column = table.column(static_cast<int>(i));
+      columns[i] = convertChunks(column->type(), column->chunks(), column->length(), contexts[i]);
+    } catch (...) {
+      errors[i] = std::current_exception();
+    }
+  };
+  if (orvane::computationalThreadCount() <= 1) {
+    for (std::size_t i = 0; i < count; ++i) {
+      convert(i);
+      if (errors[i]) break;
+    }
+  } else {
+    withComputationalThreads([&] {
+      tbb::parallel_for(std::size_t{0}, count, [&](std::size_t i) { convert(i); });
+    });
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    if (errors[i]) std::rethrow_exception(errors[i]);
+    warnInvalidUtf8(contexts[i]);
+  }
+  return columns;
 }
 
 }  // namespace
@@ -133,18 +208,10 @@ unique_ovarray_ptr readChunks(const std::shared_ptr<::arrow::DataType>& type,
         detail::ReadContext(field->name(), file).unsupported(*field->type());
       }
     }
-    std::vector<unique_ovarray_ptr> columns;
+    std::vector<unique_ovarray_ptr> columns = detail::readColumns(*table, file);
     std::vector<orvane::ustring> names;
-    columns.reserve(static_cast<std::size_t>(count));
     names.reserve(static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i) {
-      const auto& field = schema->field(i);
-      const auto& column = table->column(i);
-      detail::ReadContext context(field->name(), file);
-      columns.push_back(
-          detail::readChunks(column->type(), column->chunks(), column->length(), context));
-      names.push_back(orvane::to_ustring(field->name()));
-    }
+    for (int i = 0; i < count; ++i) names.push_back(orvane::to_ustring(schema->field(i)->name()));
     auto host = ovCreateTable(std::move(columns), names);
     if (const auto& metadata = schema->metadata(); metadata && metadata->size() != 0) {
       ovSetOrigin(host.get(), std::make_shared<detail::SchemaMetadataOrigin>(metadata));

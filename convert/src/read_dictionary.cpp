@@ -129,6 +129,7 @@ unique_ovarray_ptr readCategorical(const ::arrow::DictionaryType& type, Segments
       categories.strings = ovCreateStringArray(ovDims{0, 1});
     } else {
       const auto& dictionary = dictionaries[0];
+      std::lock_guard<std::mutex> lock(context.categoryMutex);
       auto cached = context.categoryCache.find(dictionary.get());
       if (cached == context.categoryCache.end()) {
         ReadContext::Categories converted = convertCategories(valueType, *dictionary, context);

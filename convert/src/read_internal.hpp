@@ -11,9 +11,11 @@
 #include <arrow/array/data.h>
 #include <arrow/type.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <span>
 #include <string>
 #include <unordered_map>
@@ -32,7 +34,8 @@ struct Segment {
 };
 using Segments = std::span<const Segment>;
 
-// State of the conversion of one top-level column.
+// State of the conversion of one top-level column, shared by the threads
+// that convert the rows of its lists.
 class ReadContext {
  public:
   ReadContext(std::string column, std::string filename)
@@ -42,8 +45,12 @@ class ReadContext {
   const std::string& column() const noexcept { return mColumn; }
 
   // Values of string data that held invalid UTF-8.
-  void addInvalidUtf8Values(std::uint64_t count) noexcept { mInvalidUtf8Values += count; }
-  std::uint64_t invalidUtf8Values() const noexcept { return mInvalidUtf8Values; }
+  void addInvalidUtf8Values(std::uint64_t count) noexcept {
+    mInvalidUtf8Values.fetch_add(count, std::memory_order_relaxed);
+  }
+  std::uint64_t invalidUtf8Values() const noexcept {
+    return mInvalidUtf8Values.load(std::memory_order_relaxed);
+  }
 
   // The TypeError of a type without a host class, naming the column.
   [[noreturn]] void unsupported(const ::arrow::DataType& type) const;
@@ -60,6 +67,9 @@ class ReadContext {
     std::shared_ptr<const ::arrow::ArrayData> dictionary;
   };
   std::unordered_map<const ::arrow::ArrayData*, Categories> categoryCache;
+  // Guards categoryCache: the rows of a list column convert on several
+  // threads.
+  std::mutex categoryMutex;
 
   // The origin recorded on the cell arrays made from columns of `type`: one
   // record shared by every cell of a column (and by the per-row cells of
@@ -69,7 +79,8 @@ class ReadContext {
  private:
   std::string mColumn;
   std::string mFilename;
-  std::uint64_t mInvalidUtf8Values = 0;
+  std::atomic<std::uint64_t> mInvalidUtf8Values{0};
+  std::mutex mOriginMutex;
   std::unordered_map<const ::arrow::DataType*, std::shared_ptr<const ovOrigin>> mOrigins;
 };
 

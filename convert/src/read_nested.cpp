@@ -2,12 +2,23 @@
 // tables).
 #include "read_internal.hpp"
 
+#include <ovparquet/host/threads.hpp>
 #include <ovparquet/host/ustring.hpp>
 
+#include <tbb/parallel_for.h>
+
+#include <algorithm>
 #include <cstring>
+#include <exception>
 
 namespace orvane::io::arrow::core::detail {
 namespace {
+
+// Lists of at least this many rows convert in parallel, in tasks of
+// kRowsPerTask rows: each row is one host array of its own, so the rows are
+// the work, and they are independent.
+constexpr std::size_t kParallelRows = 32768;
+constexpr std::size_t kRowsPerTask = 8192;
 
 template <typename Offset>
 unique_ovarray_ptr readLists(const ::arrow::DataType& type, Segments segments, std::size_t rows,
@@ -17,21 +28,51 @@ unique_ovarray_ptr readLists(const ::arrow::DataType& type, Segments segments, s
   const ::arrow::DataType& valueType = *type.field(0)->type();
   const std::vector<std::uint8_t> missing = missingRows(segments, rows, parentMissing);
   auto cell = ovCreateCellArray(ovDims{rows, 1});
-  std::size_t row = 0;
-  for (const Segment& segment : segments) {
-    if (segment.length == 0) continue;
-    const Offset* offsets =
-        reinterpret_cast<const Offset*>(segment.data->buffers[1]->data()) + segment.position();
-    const ::arrow::ArrayData* values = segment.data->child_data[0].get();
-    for (std::int64_t j = 0; j < segment.length; ++j, ++row) {
-      if (!missing.empty() && missing[row]) continue;
-      const Segment slice{values, offsets[j], offsets[j + 1] - offsets[j]};
-      const auto length = static_cast<std::size_t>(slice.length);
-      // A map's entries become a table of the variables Key and Value.
-      ovReplaceCell(cell.get(), row,
-                    isMap ? readStruct(static_cast<const ::arrow::StructType&>(valueType),
-                                       Segments(&slice, 1), length, nullptr, context, &kMapNames)
-                          : readColumn(valueType, Segments(&slice, 1), length, nullptr, context));
+  // The first row of each segment, and the end.
+  std::vector<std::size_t> firstRows(segments.size() + 1, 0);
+  for (std::size_t s = 0; s < segments.size(); ++s) {
+    firstRows[s + 1] = firstRows[s] + static_cast<std::size_t>(segments[s].length);
+  }
+  // Rows [begin, end) into their cells.
+  auto convertRows = [&](std::size_t begin, std::size_t end) {
+    std::size_t s = static_cast<std::size_t>(
+        std::upper_bound(firstRows.begin(), firstRows.end(), begin) - firstRows.begin() - 1);
+    for (std::size_t row = begin; row < end; ++s) {
+      const Segment& segment = segments[s];
+      const std::size_t segmentEnd = std::min(end, firstRows[s + 1]);
+      if (row >= segmentEnd) continue;
+      const Offset* offsets =
+          reinterpret_cast<const Offset*>(segment.data->buffers[1]->data()) + segment.position();
+      const ::arrow::ArrayData* values = segment.data->child_data[0].get();
+      for (; row < segmentEnd; ++row) {
+        if (!missing.empty() && missing[row]) continue;
+        const auto j = static_cast<std::int64_t>(row - firstRows[s]);
+        const Segment slice{values, offsets[j], offsets[j + 1] - offsets[j]};
+        const auto length = static_cast<std::size_t>(slice.length);
+        // A map's entries become a table of the variables Key and Value.
+        ovReplaceCell(cell.get(), row,
+                      isMap ? readStruct(static_cast<const ::arrow::StructType&>(valueType),
+                                         Segments(&slice, 1), length, nullptr, context, &kMapNames)
+                            : readColumn(valueType, Segments(&slice, 1), length, nullptr, context));
+      }
+    }
+  };
+  if (rows < kParallelRows || orvane::computationalThreadCount() <= 1) {
+    convertRows(0, rows);
+  } else {
+    // The error raised is that of the first failing row, as when converting
+    // in order.
+    const std::size_t tasks = (rows + kRowsPerTask - 1) / kRowsPerTask;
+    std::vector<std::exception_ptr> errors(tasks);
+    tbb::parallel_for(std::size_t{0}, tasks, [&](std::size_t t) {
+      try {
+        convertRows(t * kRowsPerTask, std::min(rows, (t + 1) * kRowsPerTask));
+      } catch (...) {
+        errors[t] = std::current_exception();
+      }
+    });
+    for (const auto& error : errors) {
+      if (error) std::rethrow_exception(error);
     }
   }
   // The cell remembers its type, so that it converts back to it even without

@@ -44,15 +44,15 @@ template <typename T>
 unique_ovarray_ptr readPrimitive(Segments segments, std::size_t rows,
                                  ParentMissing parentMissing) {
   constexpr ovClassID classID = ovClassOf<T>;
-  const ovDims dims{rows, 1};
   // One chunk without nulls: share Arrow's buffer instead of copying it.
   if (segments.size() == 1 && rows >= kShareMinRows && !mayHaveMissing(segments, parentMissing)) {
     const T* values = valuesOf<T>(segments[0]);
     if (reinterpret_cast<std::uintptr_t>(values) % alignof(T) == 0) {
-      return ovCreateNumericArrayShared(dims, classID, values, segments[0].data->buffers[1]);
+      return ovCreateNumericArrayShared(ovDims{rows, 1}, classID, values,
+                                        segments[0].data->buffers[1]);
     }
   }
-  auto array = ovCreateUninitNumericArray(dims, classID);
+  auto array = ovCreateUninitNumericArray(ovDims{rows, 1}, classID);
   T* data = ovGetTypedDataMutable<T>(array.get());
   T* out = data;
   for (const Segment& segment : segments) {

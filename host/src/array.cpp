@@ -24,6 +24,11 @@ struct AlignedDelete {
 
 }  // namespace
 
+const Extra& Extra::none() {
+  static const Extra empty;
+  return empty;
+}
+
 Buffer Buffer::allocate(std::size_t bytes, bool zero) {
   // Round up to whole cache lines, and never allocate nothing, so the data
   // pointer of an empty array is still valid for memcpy and friends.
@@ -51,7 +56,11 @@ std::size_t checkedNumel(const ovDims& dims) {
 
 ovDims normaliseDims(std::size_t ndims, const std::size_t* dims) {
   if (ndims > 0 && dims == nullptr) throw std::invalid_argument("ovArray: null dimensions");
-  ovDims out(dims, dims + ndims);
+  return normaliseDims(ovDims(dims, dims + ndims));
+}
+
+ovDims normaliseDims(ovDims&& dims) {
+  ovDims out = std::move(dims);
   if (out.empty()) {
     out = {0, 0};
   } else if (out.size() == 1) {
@@ -71,9 +80,21 @@ unique_ovarray_ptr makeArray(ovClassID classID, ovDims dims) {
 
 void allocateData(ovArray& array, bool complex, bool zero) {
   const std::size_t size = ovClassElementSize(array.classID);
+  if (array.numel == 0) {
+    // Empty arrays (many list rows are) share one block instead of each
+    // allocating a cache line; being read-only, it is never written.
+    alignas(kAlignment) static const std::byte kEmpty[kAlignment]{};
+    Buffer empty;
+    empty.data = const_cast<std::byte*>(kEmpty);
+    empty.readOnly = true;
+    array.real = empty;
+    if (complex) array.more().imag = empty;
+    array.complex = complex;
+    return;
+  }
   if (array.numel > std::numeric_limits<std::size_t>::max() / size) throw std::bad_alloc();
   array.real = Buffer::allocate(array.numel * size, zero);
-  if (complex) array.imag = Buffer::allocate(array.numel * size, zero);
+  if (complex) array.more().imag = Buffer::allocate(array.numel * size, zero);
   array.complex = complex;
 }
 
@@ -117,7 +138,7 @@ void makeWritable(ovArray& array) {
     buffer = std::move(own);
   };
   copy(array.real);
-  copy(array.imag);
+  if (array.extra) copy(array.extra->imag);
 }
 
 void writeMissingValue(ovArray& array, std::size_t index) {
@@ -125,13 +146,13 @@ void writeMissingValue(ovArray& array, std::size_t index) {
     case ovClassID::Double:
       static_cast<double*>(array.real.data)[index] = std::numeric_limits<double>::quiet_NaN();
       if (array.complex) {
-        static_cast<double*>(array.imag.data)[index] = std::numeric_limits<double>::quiet_NaN();
+        static_cast<double*>(array.more().imag.data)[index] = std::numeric_limits<double>::quiet_NaN();
       }
       return;
     case ovClassID::Single:
       static_cast<float*>(array.real.data)[index] = std::numeric_limits<float>::quiet_NaN();
       if (array.complex) {
-        static_cast<float*>(array.imag.data)[index] = std::numeric_limits<float>::quiet_NaN();
+        static_cast<float*>(array.more().imag.data)[index] = std::numeric_limits<float>::quiet_NaN();
       }
       return;
     case ovClassID::Categorical:
@@ -146,19 +167,19 @@ void writeMissingValue(ovArray& array, std::size_t index) {
     default: {
       const std::size_t size = ovClassElementSize(array.classID);
       std::memset(static_cast<std::byte*>(array.real.data) + index * size, 0, size);
-      if (array.complex) std::memset(static_cast<std::byte*>(array.imag.data) + index * size, 0, size);
+      if (array.complex) std::memset(static_cast<std::byte*>(array.more().imag.data) + index * size, 0, size);
       return;
     }
   }
 }
 
 void setStringElement(ovArray& array, std::size_t index, std::u16string_view text) {
-  const auto begin = static_cast<std::size_t>(array.offsets[index]);
-  const auto end = static_cast<std::size_t>(array.offsets[index + 1]);
-  array.text.replace(begin, end - begin, text);
+  const auto begin = static_cast<std::size_t>(array.more().offsets[index]);
+  const auto end = static_cast<std::size_t>(array.more().offsets[index + 1]);
+  array.more().text.replace(begin, end - begin, text);
   const auto delta = static_cast<std::int64_t>(text.size()) - static_cast<std::int64_t>(end - begin);
   if (delta != 0) {
-    for (std::size_t i = index + 1; i <= array.numel; ++i) array.offsets[i] += delta;
+    for (std::size_t i = index + 1; i <= array.numel; ++i) array.more().offsets[i] += delta;
   }
 }
 
@@ -261,25 +282,29 @@ unique_ovarray_ptr ovDuplicateArray(const ovArray* array) {
     const std::size_t bytes = array->numel * ovClassElementSize(array->classID);
     if (bytes != 0) {
       std::memcpy(copy->real.data, array->real.data, bytes);
-      if (array->complex) std::memcpy(copy->imag.data, array->imag.data, bytes);
+      if (array->complex) std::memcpy(copy->more().imag.data, array->more().imag.data, bytes);
     }
   }
   if (array->mask) {
     copy->mask.reset(new std::uint8_t[array->numel]);
     std::copy_n(array->mask.get(), array->numel, copy->mask.get());
   }
-  copy->text = array->text;
-  copy->offsets = array->offsets;
-  copy->slots.reserve(array->slots.size());
-  for (const auto& slot : array->slots) {
-    copy->slots.push_back(slot ? ovDuplicateArray(slot.get()) : nullptr);
+  if (array->extra) {
+    Extra& to = copy->more();
+    const Extra& from = *array->extra;
+    to.text = from.text;
+    to.offsets = from.offsets;
+    to.slots.reserve(from.slots.size());
+    for (const auto& slot : from.slots) {
+      to.slots.push_back(slot ? ovDuplicateArray(slot.get()) : nullptr);
+    }
+    to.fieldNames = from.fieldNames;
+    to.unit = from.unit;
+    to.zone = from.zone;
+    if (from.categories) to.categories = ovDuplicateArray(from.categories.get());
+    to.ordered = from.ordered;
+    to.rowMask = from.rowMask;
   }
-  copy->fieldNames = array->fieldNames;
-  copy->unit = array->unit;
-  copy->zone = array->zone;
-  if (array->categories) copy->categories = ovDuplicateArray(array->categories.get());
-  copy->ordered = array->ordered;
-  copy->rowMask = array->rowMask;
   copy->origin = array->origin;
   return copy;
 }
@@ -374,9 +399,9 @@ unique_ovarray_ptr ovCreateUninitNumericArray(std::size_t ndims, const std::size
   return createFlat(normaliseDims(ndims, dims), classID, complexity, false);
 }
 
-unique_ovarray_ptr ovCreateUninitNumericArray(const ovDims& dims, ovClassID classID,
+unique_ovarray_ptr ovCreateUninitNumericArray(ovDims dims, ovClassID classID,
                                               ovComplexity complexity) {
-  return createFlat(normaliseDims(dims.size(), dims.data()), classID, complexity, false);
+  return createFlat(normaliseDims(std::move(dims)), classID, complexity, false);
 }
 
 unique_ovarray_ptr ovCreateNumericArray(std::size_t ndims, const std::size_t* dims,
@@ -421,13 +446,13 @@ unique_ovarray_ptr ovCreateCharArray(orvane::ustring_view text) {
   return array;
 }
 
-unique_ovarray_ptr ovCreateNumericArrayShared(const ovDims& dims, ovClassID classID,
+unique_ovarray_ptr ovCreateNumericArrayShared(ovDims dims, ovClassID classID,
                                               const void* data,
                                               std::shared_ptr<const void> owner) {
   if (!isNumericClass(classID) && classID != ovClassID::Logical && classID != ovClassID::Char) {
     throw std::invalid_argument("ovCreateNumericArrayShared: not a numeric, logical or char class");
   }
-  auto array = makeArray(classID, normaliseDims(dims.size(), dims.data()));
+  auto array = makeArray(classID, normaliseDims(std::move(dims)));
   if (array->numel == 0) {
     allocateData(*array, false, true);
     return array;
@@ -457,7 +482,7 @@ void* ovGetDataMutable(ovArray* array) {
 const void* ovGetImagData(const ovArray* array) {
   requireArray(array);
   if (!hasFlatData(array->classID)) throwClassMismatch("numeric", array);
-  return array->complex ? array->imag.data : nullptr;
+  return array->complex ? array->more().imag.data : nullptr;
 }
 
 void* ovGetImagDataMutable(ovArray* array) {
@@ -465,7 +490,7 @@ void* ovGetImagDataMutable(ovArray* array) {
   if (!hasFlatData(array->classID)) throwClassMismatch("numeric", array);
   if (!array->complex) return nullptr;
   makeWritable(*array);
-  return array->imag.data;
+  return array->more().imag.data;
 }
 
 std::size_t ovGetElementSize(const ovArray* array) noexcept {
@@ -577,8 +602,8 @@ unique_ovarray_ptr ovCreateDatetimeArray(const ovDims& dims, ovTimeUnit unit,
                                          std::optional<std::string> zone, ovInit init) {
   auto array = makeArray(ovClassID::Datetime, normaliseDims(dims.size(), dims.data()));
   allocateData(*array, false, init == ovInit::Zero);
-  array->unit = unit;
-  array->zone = std::move(zone);
+  array->more().unit = unit;
+  array->more().zone = std::move(zone);
   return array;
 }
 
@@ -586,7 +611,7 @@ unique_ovarray_ptr ovCreateDurationArray(const ovDims& dims, ovTimeUnit unit, ov
   requireDurationUnit(unit);
   auto array = makeArray(ovClassID::Duration, normaliseDims(dims.size(), dims.data()));
   allocateData(*array, false, init == ovInit::Zero);
-  array->unit = unit;
+  array->more().unit = unit;
   return array;
 }
 
@@ -595,8 +620,8 @@ unique_ovarray_ptr ovCreateDatetimeArray(const ovDims& dims, ovTimeUnit unit,
                                          std::vector<std::int64_t> ticks) {
   auto owner = std::make_shared<std::vector<std::int64_t>>(std::move(ticks));
   auto array = adoptBuffer(dims, ovClassID::Datetime, owner->data(), owner->size(), owner);
-  array->unit = unit;
-  array->zone = std::move(zone);
+  array->more().unit = unit;
+  array->more().zone = std::move(zone);
   return array;
 }
 
@@ -605,23 +630,23 @@ unique_ovarray_ptr ovCreateDurationArray(const ovDims& dims, ovTimeUnit unit,
   requireDurationUnit(unit);
   auto owner = std::make_shared<std::vector<std::int64_t>>(std::move(ticks));
   auto array = adoptBuffer(dims, ovClassID::Duration, owner->data(), owner->size(), owner);
-  array->unit = unit;
+  array->more().unit = unit;
   return array;
 }
 
 ovTimeUnit ovGetTimeUnit(const ovArray* array) {
   requireTimeClass(array);
-  return array->unit;
+  return array->more().unit;
 }
 
 const std::optional<std::string>& ovGetTimeZone(const ovArray* array) {
   requireClass(array, ovClassID::Datetime);
-  return array->zone;
+  return array->more().zone;
 }
 
 void ovSetTimeZone(ovArray* array, std::optional<std::string> zone) {
   requireClass(array, ovClassID::Datetime);
-  array->zone = std::move(zone);
+  array->more().zone = std::move(zone);
 }
 
 const std::int64_t* ovGetTicks(const ovArray* array) {
@@ -653,8 +678,8 @@ unique_ovarray_ptr ovCreateCategoricalArray(const ovDims& dims, unique_ovarray_p
   checkCategories(categories);
   auto array = makeArray(ovClassID::Categorical, normaliseDims(dims.size(), dims.data()));
   allocateData(*array, false, init == ovInit::Zero);
-  array->categories = std::move(categories);
-  array->ordered = ordered;
+  array->more().categories = std::move(categories);
+  array->more().ordered = ordered;
   return array;
 }
 
@@ -663,19 +688,19 @@ unique_ovarray_ptr ovCreateCategoricalArray(const ovDims& dims, unique_ovarray_p
   checkCategories(categories);
   auto owner = std::make_shared<std::vector<std::int32_t>>(std::move(codes));
   auto array = adoptBuffer(dims, ovClassID::Categorical, owner->data(), owner->size(), owner);
-  array->categories = std::move(categories);
-  array->ordered = ordered;
+  array->more().categories = std::move(categories);
+  array->more().ordered = ordered;
   return array;
 }
 
 const ovArray* ovGetCategories(const ovArray* array) {
   requireClass(array, ovClassID::Categorical);
-  return array->categories.get();
+  return array->more().categories.get();
 }
 
 std::size_t ovGetNumberOfCategories(const ovArray* array) {
   requireClass(array, ovClassID::Categorical);
-  return array->categories->numel;
+  return array->more().categories->numel;
 }
 
 const std::int32_t* ovGetCategoryCodes(const ovArray* array) {
@@ -691,13 +716,13 @@ std::int32_t* ovGetCategoryCodesMutable(ovArray* array) {
 
 bool ovIsOrdinal(const ovArray* array) {
   requireClass(array, ovClassID::Categorical);
-  return array->ordered;
+  return array->more().ordered;
 }
 
 bool ovCategoryCodesValid(const ovArray* array) {
   requireClass(array, ovClassID::Categorical);
   const auto* codes = static_cast<const std::int32_t*>(array->real.data);
-  const std::size_t count = array->categories->numel;
+  const std::size_t count = array->more().categories->numel;
   for (std::size_t i = 0; i < array->numel; ++i) {
     if (array->mask && array->mask[i]) continue;
     if (codes[i] < 0 || static_cast<std::size_t>(codes[i]) >= count) return false;

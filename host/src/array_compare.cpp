@@ -67,17 +67,17 @@ class Comparer {
       case ovClassID::Cell: return cells(a, b, path);
       case ovClassID::Struct: return structs(a, b, path);
       case ovClassID::Datetime:
-        if (a->unit != b->unit) return differ(path, unitText(a, b));
-        if (a->zone != b->zone) {
-          return differ(path, "time zone " + zoneText(a->zone) + " vs " + zoneText(b->zone));
+        if (a->more().unit != b->more().unit) return differ(path, unitText(a, b));
+        if (a->more().zone != b->more().zone) {
+          return differ(path, "time zone " + zoneText(a->more().zone) + " vs " + zoneText(b->more().zone));
         }
         return flat(a, b, path);
       case ovClassID::Duration:
-        if (a->unit != b->unit) return differ(path, unitText(a, b));
+        if (a->more().unit != b->more().unit) return differ(path, unitText(a, b));
         return flat(a, b, path);
       case ovClassID::Categorical:
-        if (a->ordered != b->ordered) return differ(path, "ordinal flag differs");
-        if (!equal(a->categories.get(), b->categories.get(), pathText(path) + ".categories")) return false;
+        if (a->more().ordered != b->more().ordered) return differ(path, "ordinal flag differs");
+        if (!equal(a->more().categories.get(), b->more().categories.get(), pathText(path) + ".categories")) return false;
         return flat(a, b, path);
       default: return flat(a, b, path);
     }
@@ -93,7 +93,7 @@ class Comparer {
   }
 
   static std::string unitText(const ovArray* a, const ovArray* b) {
-    return std::string("unit ") + ovTimeUnitName(a->unit) + " vs " + ovTimeUnitName(b->unit);
+    return std::string("unit ") + ovTimeUnitName(a->more().unit) + " vs " + ovTimeUnitName(b->more().unit);
   }
 
   static std::string zoneText(const std::optional<std::string>& zone) {
@@ -151,7 +151,7 @@ class Comparer {
 
   bool flat(const ovArray* a, const ovArray* b, const std::string& path) {
     if (!part(a, path, "", a->real.data, b->real.data)) return false;
-    if (a->complex && !part(a, path, "imaginary ", a->imag.data, b->imag.data)) return false;
+    if (a->complex && !part(a, path, "imaginary ", a->more().imag.data, b->more().imag.data)) return false;
     return true;
   }
 
@@ -171,7 +171,7 @@ class Comparer {
 
   bool cells(const ovArray* a, const ovArray* b, const std::string& path) {
     for (std::size_t i = 0; i < a->numel; ++i) {
-      if (!equal(a->slots[i].get(), b->slots[i].get(), pathText(path) + "{" + std::to_string(i) + "}")) {
+      if (!equal(a->more().slots[i].get(), b->more().slots[i].get(), pathText(path) + "{" + std::to_string(i) + "}")) {
         return false;
       }
     }
@@ -179,31 +179,31 @@ class Comparer {
   }
 
   bool structs(const ovArray* a, const ovArray* b, const std::string& path) {
-    if (a->fieldNames != b->fieldNames) {
+    if (a->more().fieldNames != b->more().fieldNames) {
       auto list = [](const std::vector<std::string>& fields) {
         std::string text = "[";
         for (std::size_t i = 0; i < fields.size(); ++i) text += (i ? ", " : "") + fields[i];
         return text + "]";
       };
-      return differ(path, "fields " + list(a->fieldNames) + " vs " + list(b->fieldNames));
+      return differ(path, "fields " + list(a->more().fieldNames) + " vs " + list(b->more().fieldNames));
     }
     // Missing records of host tables (no marks equal all-clear marks).
-    const std::size_t records = std::max(a->rowMask.size(), b->rowMask.size());
+    const std::size_t records = std::max(a->more().rowMask.size(), b->more().rowMask.size());
     for (std::size_t r = 0; r < records; ++r) {
-      const bool x = r < a->rowMask.size() && a->rowMask[r] != 0;
-      const bool y = r < b->rowMask.size() && b->rowMask[r] != 0;
+      const bool x = r < a->more().rowMask.size() && a->more().rowMask[r] != 0;
+      const bool y = r < b->more().rowMask.size() && b->more().rowMask[r] != 0;
       if (x != y) {
         return differ(pathText(path) + " row " + std::to_string(r + 1),
                       std::string(x ? "missing" : "present") + " record vs " +
                           (y ? "missing" : "present") + " record");
       }
     }
-    const std::size_t fields = a->fieldNames.size();
+    const std::size_t fields = a->more().fieldNames.size();
     for (std::size_t i = 0; i < a->numel; ++i) {
       for (std::size_t f = 0; f < fields; ++f) {
         const std::string where =
-            (a->numel == 1 ? pathText(path) : element(path, i)) + "." + a->fieldNames[f];
-        if (!equal(a->slots[i * fields + f].get(), b->slots[i * fields + f].get(), where)) {
+            (a->numel == 1 ? pathText(path) : element(path, i)) + "." + a->more().fieldNames[f];
+        if (!equal(a->more().slots[i * fields + f].get(), b->more().slots[i * fields + f].get(), where)) {
           return false;
         }
       }

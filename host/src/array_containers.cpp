@@ -18,7 +18,7 @@ namespace {
 
 unique_ovarray_ptr makeStringArray(ovDims dims) {
   auto array = makeArray(ovClassID::String, std::move(dims));
-  array->offsets.assign(array->numel + 1, 0);
+  array->more().offsets.assign(array->numel + 1, 0);
   return array;
 }
 
@@ -26,8 +26,8 @@ unique_ovarray_ptr makeStringArray(ovDims dims) {
 
 unique_ovarray_ptr ovCreateString(const orvane::ustring& text) {
   auto array = makeStringArray({1, 1});
-  array->text = text;
-  array->offsets[1] = static_cast<std::int64_t>(text.size());
+  array->more().text = text;
+  array->more().offsets[1] = static_cast<std::int64_t>(text.size());
   return array;
 }
 
@@ -54,8 +54,8 @@ unique_ovarray_ptr ovCreateStringArrayFromBuffers(const ovDims& dims, orvane::us
     throw std::invalid_argument(
         "ovCreateStringArrayFromBuffers: offsets must rise from 0 to the text length");
   }
-  array->text = std::move(text);
-  array->offsets = std::move(offsets);
+  array->more().text = std::move(text);
+  array->more().offsets = std::move(offsets);
   return array;
 }
 
@@ -84,9 +84,9 @@ std::u16string_view ovGetStringView(const ovArray* array, std::size_t index) {
   requireClass(array, ovClassID::String);
   requireIndex(index, array->numel);
   if (array->mask && array->mask[index]) return {};
-  const auto begin = static_cast<std::size_t>(array->offsets[index]);
-  const auto end = static_cast<std::size_t>(array->offsets[index + 1]);
-  return std::u16string_view(array->text).substr(begin, end - begin);
+  const auto begin = static_cast<std::size_t>(array->more().offsets[index]);
+  const auto end = static_cast<std::size_t>(array->more().offsets[index + 1]);
+  return std::u16string_view(array->more().text).substr(begin, end - begin);
 }
 
 orvane::ustring ovGetString(const ovArray* array, std::size_t index) {
@@ -108,39 +108,39 @@ void ovSetString(ovArray* array, std::size_t index, std::u16string_view text) {
 
 std::u16string_view ovGetStringBuffer(const ovArray* array) {
   requireClass(array, ovClassID::String);
-  return array->text;
+  return array->more().text;
 }
 
 const std::int64_t* ovGetStringOffsets(const ovArray* array) {
   requireClass(array, ovClassID::String);
-  return array->offsets.data();
+  return array->more().offsets.data();
 }
 
 ovStringArrayBuilder::ovStringArrayBuilder(const ovDims& dims)
     : mArray(makeArray(ovClassID::String, normaliseDims(dims.size(), dims.data()))),
       mNumel(mArray->numel) {
-  mArray->offsets.reserve(mNumel + 1);
-  mArray->offsets.push_back(0);
+  mArray->more().offsets.reserve(mNumel + 1);
+  mArray->more().offsets.push_back(0);
 }
 
 ovStringArrayBuilder::~ovStringArrayBuilder() = default;
 
 void ovStringArrayBuilder::reserveText(std::size_t units) {
   if (!mArray) throw std::logic_error("ovStringArrayBuilder: already finished");
-  mArray->text.reserve(units);
+  mArray->more().text.reserve(units);
 }
 
 void ovStringArrayBuilder::append(std::u16string_view text) {
   if (!mArray || mCount == mNumel) throw std::logic_error("ovStringArrayBuilder: array is full");
-  mArray->text.append(text);
-  mArray->offsets.push_back(static_cast<std::int64_t>(mArray->text.size()));
+  mArray->more().text.append(text);
+  mArray->more().offsets.push_back(static_cast<std::int64_t>(mArray->more().text.size()));
   ++mCount;
 }
 
 std::size_t ovStringArrayBuilder::appendUtf8(std::string_view text) {
   if (!mArray || mCount == mNumel) throw std::logic_error("ovStringArrayBuilder: array is full");
-  const std::size_t replaced = orvane::append_utf8_replacing(text, mArray->text);
-  mArray->offsets.push_back(static_cast<std::int64_t>(mArray->text.size()));
+  const std::size_t replaced = orvane::append_utf8_replacing(text, mArray->more().text);
+  mArray->more().offsets.push_back(static_cast<std::int64_t>(mArray->more().text.size()));
   ++mCount;
   return replaced;
 }
@@ -148,7 +148,7 @@ std::size_t ovStringArrayBuilder::appendUtf8(std::string_view text) {
 void ovStringArrayBuilder::appendMissing() {
   if (!mArray || mCount == mNumel) throw std::logic_error("ovStringArrayBuilder: array is full");
   ovAllocMissingMask(mArray.get())[mCount] = 1;
-  mArray->offsets.push_back(static_cast<std::int64_t>(mArray->text.size()));
+  mArray->more().offsets.push_back(static_cast<std::int64_t>(mArray->more().text.size()));
   ++mCount;
 }
 
@@ -169,14 +169,14 @@ namespace {
 
 unique_ovarray_ptr makeCell(ovDims dims) {
   auto array = makeArray(ovClassID::Cell, std::move(dims));
-  array->slots.resize(array->numel);
+  array->more().slots.resize(array->numel);
   return array;
 }
 
 unique_ovarray_ptr& cellSlot(ovArray* cell, std::size_t index) {
   requireClass(cell, ovClassID::Cell);
   requireIndex(index, cell->numel);
-  return cell->slots[index];
+  return cell->more().slots[index];
 }
 
 }  // namespace
@@ -194,7 +194,7 @@ unique_ovarray_ptr ovCreateCellMatrix(std::size_t m, std::size_t n) { return mak
 const ovArray* ovGetCell(const ovArray* cell, std::size_t index) {
   requireClass(cell, ovClassID::Cell);
   requireIndex(index, cell->numel);
-  return cell->slots[index].get();
+  return cell->more().slots[index].get();
 }
 
 ovArray* ovGetCellMutable(ovArray* cell, std::size_t index) { return cellSlot(cell, index).get(); }
@@ -219,7 +219,7 @@ unique_ovarray_ptr ovTakeCell(ovArray* cell, std::size_t index) {
 namespace {
 
 int fieldNumberOf(const ovArray* array, std::string_view name) noexcept {
-  const auto& names = array->fieldNames;
+  const auto& names = array->more().fieldNames;
   for (std::size_t i = 0; i < names.size(); ++i) {
     if (names[i] == name) return static_cast<int>(i);
   }
@@ -229,13 +229,13 @@ int fieldNumberOf(const ovArray* array, std::string_view name) noexcept {
 unique_ovarray_ptr& structSlot(ovArray* array, std::size_t index, int fieldNumber) {
   requireClass(array, ovClassID::Struct);
   requireIndex(index, array->numel);
-  const std::size_t fields = array->fieldNames.size();
+  const std::size_t fields = array->more().fieldNames.size();
   if (fieldNumber < 0 || static_cast<std::size_t>(fieldNumber) >= fields) {
     orvane::throwHostError("ArrayIndexOutOfRange",
                            static_cast<std::uint64_t>(static_cast<std::int64_t>(fieldNumber)),
                            static_cast<std::uint64_t>(fields));
   }
-  return array->slots[index * fields + static_cast<std::size_t>(fieldNumber)];
+  return array->more().slots[index * fields + static_cast<std::size_t>(fieldNumber)];
 }
 
 int requireField(const ovArray* array, std::string_view name) {
@@ -261,8 +261,8 @@ unique_ovarray_ptr ovCreateStructArray(const ovDims& dims,
       array->numel > std::numeric_limits<std::size_t>::max() / fieldNames.size()) {
     throw std::bad_alloc();
   }
-  array->fieldNames = fieldNames;
-  array->slots.resize(array->numel * fieldNames.size());
+  array->more().fieldNames = fieldNames;
+  array->more().slots.resize(array->numel * fieldNames.size());
   return array;
 }
 
@@ -273,22 +273,22 @@ unique_ovarray_ptr ovCreateStructMatrix(std::size_t m, std::size_t n,
 
 int ovGetNumberOfFields(const ovArray* array) {
   requireArray(array);
-  return static_cast<int>(array->fieldNames.size());
+  return static_cast<int>(array->more().fieldNames.size());
 }
 
 const std::string& ovGetFieldNameByNumber(const ovArray* array, int fieldNumber) {
   requireClass(array, ovClassID::Struct);
-  if (fieldNumber < 0 || static_cast<std::size_t>(fieldNumber) >= array->fieldNames.size()) {
+  if (fieldNumber < 0 || static_cast<std::size_t>(fieldNumber) >= array->more().fieldNames.size()) {
     orvane::throwHostError("ArrayIndexOutOfRange",
                            static_cast<std::uint64_t>(static_cast<std::int64_t>(fieldNumber)),
-                           static_cast<std::uint64_t>(array->fieldNames.size()));
+                           static_cast<std::uint64_t>(array->more().fieldNames.size()));
   }
-  return array->fieldNames[static_cast<std::size_t>(fieldNumber)];
+  return array->more().fieldNames[static_cast<std::size_t>(fieldNumber)];
 }
 
 std::vector<std::string> ovGetFieldNames(const ovArray* array) {
   requireClass(array, ovClassID::Struct);
-  return array->fieldNames;
+  return array->more().fieldNames;
 }
 
 int ovGetFieldNumber(const ovArray* array, std::string_view name) noexcept {
@@ -301,7 +301,7 @@ const ovArray* ovGetField(const ovArray* array, std::size_t index, std::string_v
   requireIndex(index, array->numel);
   const int number = fieldNumberOf(array, name);
   if (number < 0) return nullptr;
-  return array->slots[index * array->fieldNames.size() + static_cast<std::size_t>(number)].get();
+  return array->more().slots[index * array->more().fieldNames.size() + static_cast<std::size_t>(number)].get();
 }
 
 const ovArray* ovGetFieldByNumber(const ovArray* array, std::size_t index, int fieldNumber) {
@@ -313,7 +313,7 @@ ovArray* ovGetFieldMutable(ovArray* array, std::size_t index, std::string_view n
   requireIndex(index, array->numel);
   const int number = fieldNumberOf(array, name);
   if (number < 0) return nullptr;
-  return array->slots[index * array->fieldNames.size() + static_cast<std::size_t>(number)].get();
+  return array->more().slots[index * array->more().fieldNames.size() + static_cast<std::size_t>(number)].get();
 }
 
 void ovSetField(ovArray* array, std::size_t index, std::string_view name, ovArray* value) {
@@ -336,32 +336,32 @@ int ovAddField(ovArray* array, std::string_view name) {
   requireClass(array, ovClassID::Struct);
   const int existing = fieldNumberOf(array, name);
   if (existing >= 0) return existing;
-  const std::size_t oldFields = array->fieldNames.size();
+  const std::size_t oldFields = array->more().fieldNames.size();
   const std::size_t newFields = oldFields + 1;
   std::vector<unique_ovarray_ptr> slots(array->numel * newFields);
   for (std::size_t e = 0; e < array->numel; ++e) {
     for (std::size_t f = 0; f < oldFields; ++f) {
-      slots[e * newFields + f] = std::move(array->slots[e * oldFields + f]);
+      slots[e * newFields + f] = std::move(array->more().slots[e * oldFields + f]);
     }
   }
-  array->fieldNames.emplace_back(name);
-  array->slots = std::move(slots);
+  array->more().fieldNames.emplace_back(name);
+  array->more().slots = std::move(slots);
   return static_cast<int>(oldFields);
 }
 
 void ovRemoveField(ovArray* array, std::string_view name) {
   const auto number = static_cast<std::size_t>(requireField(array, name));
-  const std::size_t oldFields = array->fieldNames.size();
+  const std::size_t oldFields = array->more().fieldNames.size();
   const std::size_t newFields = oldFields - 1;
   std::vector<unique_ovarray_ptr> slots(array->numel * newFields);
   for (std::size_t e = 0; e < array->numel; ++e) {
     for (std::size_t f = 0, g = 0; f < oldFields; ++f) {
       if (f == number) continue;
-      slots[e * newFields + g++] = std::move(array->slots[e * oldFields + f]);
+      slots[e * newFields + g++] = std::move(array->more().slots[e * oldFields + f]);
     }
   }
-  array->fieldNames.erase(array->fieldNames.begin() + static_cast<std::ptrdiff_t>(number));
-  array->slots = std::move(slots);  // the removed field's values go with the old vector
+  array->more().fieldNames.erase(array->more().fieldNames.begin() + static_cast<std::ptrdiff_t>(number));
+  array->more().slots = std::move(slots);  // the removed field's values go with the old vector
 }
 
 // ---------------------------------------------------------------------------
@@ -381,14 +381,14 @@ struct TableParts {
 
 TableParts tableParts(const ovArray* array) noexcept {
   if (array == nullptr || array->classID != ovClassID::Struct || array->numel != 1 ||
-      array->fieldNames.size() != 2) {
+      array->more().fieldNames.size() != 2) {
     return {};
   }
   const int c = fieldNumberOf(array, kColumns);
   const int n = fieldNumberOf(array, kNames);
   if (c < 0 || n < 0) return {};
-  return {array->slots[static_cast<std::size_t>(c)].get(),
-          array->slots[static_cast<std::size_t>(n)].get()};
+  return {array->more().slots[static_cast<std::size_t>(c)].get(),
+          array->more().slots[static_cast<std::size_t>(n)].get()};
 }
 
 bool isRow(const ovArray* array) noexcept {
@@ -436,11 +436,11 @@ bool isTable(const ovArray* array, std::size_t* rows) noexcept {
   std::size_t height = 0;
   for (std::size_t v = 0; v < parts.columns->numel; ++v) {
     std::size_t h = 0;
-    if (!variableHeight(parts.columns->slots[v].get(), &h)) return false;
+    if (!variableHeight(parts.columns->more().slots[v].get(), &h)) return false;
     if (v > 0 && h != height) return false;
     height = h;
   }
-  if (!array->rowMask.empty() && array->rowMask.size() != height) return false;
+  if (!array->more().rowMask.empty() && array->more().rowMask.size() != height) return false;
   *rows = height;
   return true;
 }
@@ -456,10 +456,10 @@ unique_ovarray_ptr ovCreateTable(std::vector<unique_ovarray_ptr> columns,
     if (!column) throw std::invalid_argument("ovCreateTable: null column");
   }
   auto cell = makeCell({1, columns.size()});
-  for (std::size_t v = 0; v < columns.size(); ++v) cell->slots[v] = std::move(columns[v]);
+  for (std::size_t v = 0; v < columns.size(); ++v) cell->more().slots[v] = std::move(columns[v]);
   auto table = ovCreateStructMatrix(1, 1, {kColumns, kNames});
-  table->slots[0] = std::move(cell);
-  table->slots[1] = ovCreateStringRow(names);
+  table->more().slots[0] = std::move(cell);
+  table->more().slots[1] = ovCreateStringRow(names);
   return table;
 }
 
@@ -481,7 +481,7 @@ std::size_t ovTableNumVariables(const ovArray* table) {
 
 std::size_t ovTableNumRows(const ovArray* table) {
   const ovArray* columns = requireColumns(table);
-  return columns->numel == 0 ? 0 : ovColumnHeight(columns->slots[0].get());
+  return columns->numel == 0 ? 0 : ovColumnHeight(columns->more().slots[0].get());
 }
 
 const ovArray* ovTableColumn(const ovArray* table, std::size_t variable) {
@@ -494,25 +494,25 @@ orvane::ustring ovTableName(const ovArray* table, std::size_t variable) {
 
 const std::uint8_t* ovTableMissingRows(const ovArray* table) {
   requireColumns(table);
-  return table->rowMask.empty() ? nullptr : table->rowMask.data();
+  return table->more().rowMask.empty() ? nullptr : table->more().rowMask.data();
 }
 
 std::uint8_t* ovTableAllocMissingRows(ovArray* table) {
   const std::size_t rows = ovTableNumRows(table);
-  if (table->rowMask.size() != rows) table->rowMask.assign(rows, 0);
+  if (table->more().rowMask.size() != rows) table->more().rowMask.assign(rows, 0);
   // No row: nothing to mark, and an empty vector stands for no marks.
-  return table->rowMask.data();
+  return table->more().rowMask.data();
 }
 
 bool ovTableIsRowMissing(const ovArray* table, std::size_t row) {
   requireIndex(row, ovTableNumRows(table));
-  return !table->rowMask.empty() && table->rowMask[row] != 0;
+  return !table->more().rowMask.empty() && table->more().rowMask[row] != 0;
 }
 
 void ovTableRemoveMissingRows(ovArray* table) {
   requireColumns(table);
-  table->rowMask.clear();
-  table->rowMask.shrink_to_fit();
+  table->more().rowMask.clear();
+  table->more().rowMask.shrink_to_fit();
 }
 
 // ---------------------------------------------------------------------------

@@ -26,21 +26,13 @@ struct Buffer {
 
 }  // namespace ovdetail
 
-// One struct for every class; each class uses only its own members.
-class ovArray {
- public:
-  ovClassID classID = ovClassID::Double;
-  ovDims dims{0, 0};
-  std::size_t numel = 0;
+namespace ovdetail {
 
-  // Numeric, logical, char, datetime, duration (int64 ticks), categorical
-  // (int32 codes).
-  ovdetail::Buffer real;
-  ovdetail::Buffer imag;
-  bool complex = false;
-
-  // One byte per element, 1 = missing; null when there is no mask.
-  std::unique_ptr<std::uint8_t[]> mask;
+// The members only some classes use. They live apart, allocated on first
+// use, so that the many small numeric arrays of list rows stay small.
+struct Extra {
+  // Complex numeric arrays.
+  Buffer imag;
 
   // String: all text, and numel+1 offsets into it.
   std::u16string text;
@@ -62,14 +54,45 @@ class ovArray {
   // Host tables: missing records, one byte per row; empty when none.
   std::vector<std::uint8_t> rowMask;
 
+  // What an array without its own Extra reads.
+  static const Extra& none();
+};
+
+}  // namespace ovdetail
+
+// One struct for every class; each class uses only its own members.
+class ovArray {
+ public:
+  ovClassID classID = ovClassID::Double;
+  bool complex = false;
+  ovDims dims;  // set by makeArray, always normalised
+  std::size_t numel = 0;
+
+  // Numeric, logical, char, datetime, duration (int64 ticks), categorical
+  // (int32 codes); the real parts of complex arrays.
+  ovdetail::Buffer real;
+
+  // One byte per element, 1 = missing; null when there is no mask.
+  std::unique_ptr<std::uint8_t[]> mask;
+
   // What a converter made the array from; opaque here.
   std::shared_ptr<const ovOrigin> origin;
+
+  std::unique_ptr<ovdetail::Extra> extra;
+
+  // The class-specific members, created on first mutable use.
+  ovdetail::Extra& more() {
+    if (!extra) extra = std::make_unique<ovdetail::Extra>();
+    return *extra;
+  }
+  const ovdetail::Extra& more() const { return extra ? *extra : ovdetail::Extra::none(); }
 };
 
 namespace ovdetail {
 
 std::size_t checkedNumel(const ovDims& dims);
 ovDims normaliseDims(std::size_t ndims, const std::size_t* dims);
+ovDims normaliseDims(ovDims&& dims);
 unique_ovarray_ptr makeArray(ovClassID classID, ovDims dims);
 void allocateData(ovArray& array, bool complex, bool zero);
 

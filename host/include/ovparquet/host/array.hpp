@@ -180,7 +180,7 @@ bool operator==(const ovArray& a, const ovArray& b);
 // `init` Uninit leaves the memory untouched (the caller fills every element).
 unique_ovarray_ptr ovCreateUninitNumericArray(std::size_t ndims, const std::size_t* dims,
                                               ovClassID classID, ovComplexity complexity);
-unique_ovarray_ptr ovCreateUninitNumericArray(const ovDims& dims, ovClassID classID,
+unique_ovarray_ptr ovCreateUninitNumericArray(ovDims dims, ovClassID classID,
                                               ovComplexity complexity = ovComplexity::Real);
 // Zero-filled.
 unique_ovarray_ptr ovCreateNumericArray(std::size_t ndims, const std::size_t* dims,
@@ -209,7 +209,7 @@ unique_ovarray_ptr ovCreateNumericArrayFromVector(const ovDims& dims, std::vecto
 // `owner` alive while it does. The memory is never written: the first
 // mutable access (ovGetDataMutable, ovSetMissing, ...) copies it into the
 // array's own storage.
-unique_ovarray_ptr ovCreateNumericArrayShared(const ovDims& dims, ovClassID classID,
+unique_ovarray_ptr ovCreateNumericArrayShared(ovDims dims, ovClassID classID,
                                               const void* data,
                                               std::shared_ptr<const void> owner);
 
