@@ -295,7 +295,7 @@ int run(int argc, char** argv) {
     if (readCmd->parsed()) return namingFile(read.file, [&] { return runRead(global, read); });
     if (statsCmd->parsed()) return namingFile(stats.file, [&] { return runStats(global, stats); });
     if (splits.parsed()) return splits.run(global);
-    return runWrite(global, write);
+    return namingFile(write.input, [&] { return runWrite(global, write); });
   });
 }
 
