@@ -4,6 +4,7 @@
 #   make bench     build and run the benchmarks (Release)
 #   make bench-mapreduce  serial against Spark with one and two executors
 #   make sanitize  build and test with AddressSanitizer and UBSan
+#   make tsan      build and run the concurrency tests with ThreadSanitizer
 #   make octave-package  the GNU Octave package tarball (pkg install)
 #   make package   build the Debian package (BUILD/package/ovparquet_*.deb)
 #   make fuzz      libFuzzer (clang, ASan + UBSan) on every fuzz target,
@@ -13,7 +14,7 @@ JOBS     ?= $(shell nproc)
 GENERATOR = -G Ninja
 FUZZ_SECONDS ?= 60
 
-.PHONY: setup configure build example test bench bench-mapreduce sanitize package clean octave-package fuzz
+.PHONY: setup configure build example test bench bench-mapreduce sanitize tsan package clean octave-package fuzz
 
 setup:
 	@bash scripts/setup.sh
@@ -43,6 +44,12 @@ bench-mapreduce: build
 sanitize:
 	@ARROW_DEFAULT_MEMORY_POOL=system $(MAKE) --no-print-directory test BUILD=build-asan CMAKE_ARGS="-DOVPARQUET_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug"
 
+# Only the concurrency tests: everything else runs on one thread at a time.
+tsan:
+	@$(MAKE) --no-print-directory configure BUILD=build-tsan CMAKE_ARGS="-DOVPARQUET_TSAN=ON -DOVPARQUET_BUILD_BENCH=OFF"
+	@cmake --build build-tsan -j $(JOBS) --target tsan_tests
+	@cd build-tsan && ctest -R '^tsan[.]' --output-on-failure
+
 octave-package: configure
 	@cmake --build $(BUILD) -j $(JOBS) --target octave_package
 	@ls $(BUILD)/bindings/octave/ovparquet-*.tar.gz
@@ -57,4 +64,4 @@ fuzz:
 	@FUZZ_SECONDS=$(FUZZ_SECONDS) bash tests/fuzz/run.sh build-fuzz
 
 clean:
-	rm -rf build build-release build-asan build-fuzz
+	rm -rf build build-release build-asan build-fuzz build-tsan

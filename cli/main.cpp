@@ -3,6 +3,7 @@
 // own file.
 #include "commands.hpp"
 #include "errors.hpp"
+#include "file_errors.hpp"
 #include "options.hpp"
 #include "progress.hpp"
 #include "splits_command.hpp"
@@ -11,6 +12,7 @@
 #include <ovparquet/host/error.hpp>
 #include <ovparquet/host/interrupt.hpp>
 #include <ovparquet/host/log.hpp>
+#include <ovparquet/host/memory.hpp>
 #include <ovparquet/host/message.hpp>
 #include <ovparquet/host/threads.hpp>
 #include <ovparquet/host/warning.hpp>
@@ -135,6 +137,7 @@ int run(int argc, char** argv) {
   std::string format = "table";
   std::optional<unsigned> threads;
   std::string logMask;
+  std::string memoryLimit;
   app.add_option("--format", format,
                  "Output format: table (readable), json, ndjson (one JSON record per line) or csv")
       ->check(CLI::IsMember({"table", "json", "ndjson", "csv"}))
@@ -142,6 +145,9 @@ int run(int argc, char** argv) {
   app.add_option("--threads", threads, "Computational thread count (at least 1)")->check(CLI::Range(1u, 1u << 16));
   app.add_option("--log", logMask, "Diagnostic log mask: sum of 2 detail, 4 statistics, 8 information, "
                                    "16 exceptions, 32 scope entry, 64 scope exit, 128 return values (e.g. 254 or 0xfe)");
+  app.add_option("--memory-limit", memoryLimit,
+                 "Refuse reads whose file declares more than this much memory (2GiB, 512MiB; default: 4GiB or "
+                 "half the physical memory, whichever is less)");
   app.add_option("--log-file", global.logFile, "Write the diagnostic log to this file instead of standard error");
   app.add_flag("-v,--verbose", global.verbose, "Say more on standard error (skipped row groups, counts)");
 
@@ -244,6 +250,14 @@ int run(int argc, char** argv) {
       }
       global.logMask = static_cast<std::uint32_t>(mask);
     }
+    std::optional<std::uint64_t> readLimit;
+    if (!memoryLimit.empty()) {
+      readLimit = orvane::parseByteSize(memoryLimit);
+      if (!readLimit || *readLimit == 0) {
+        throw usageError("InvalidOption", "Option --memory-limit needs a size of at least 1 byte, like 2GiB or "
+                                          "512MiB, not '" + memoryLimit + "'.");
+      }
+    }
     if (!readVars.empty()) read.vars = nameList(readVars, "--vars");
     if (!statsVars.empty()) stats.vars = nameList(statsVars, "--vars");
     if (!rowGroups.empty()) {
@@ -272,15 +286,16 @@ int run(int argc, char** argv) {
 
     // The host services every command runs on.
     if (global.threads) orvane::setComputationalThreadCount(*global.threads);
+    if (readLimit) orvane::setReadMemoryLimit(*readLimit);
     if (!global.logFile.empty()) orvane::log::logToFile(global.logFile);
     if (global.logMask) orvane::log::setMask(*global.logMask);
 
-    if (infoCmd->parsed()) return runInfo(global, info);
+    if (infoCmd->parsed()) return namingFile(info.file, [&] { return runInfo(global, info); });
     if (countCmd->parsed()) return runCount(global, count);
-    if (readCmd->parsed()) return runRead(global, read);
-    if (statsCmd->parsed()) return runStats(global, stats);
+    if (readCmd->parsed()) return namingFile(read.file, [&] { return runRead(global, read); });
+    if (statsCmd->parsed()) return namingFile(stats.file, [&] { return runStats(global, stats); });
     if (splits.parsed()) return splits.run(global);
-    return runWrite(global, write);
+    return namingFile(write.input, [&] { return runWrite(global, write); });
   });
 }
 

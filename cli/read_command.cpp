@@ -16,6 +16,7 @@
 #include "where.hpp"
 
 #include <ovparquet/core/read/ParquetReader.hpp>
+#include <ovparquet/core/read/ReadBudget.hpp>
 #include <ovparquet/core/read/RowGroupParquetReader.hpp>
 #include <ovparquet/host/interrupt.hpp>
 #include <ovparquet/host/threads.hpp>
@@ -228,6 +229,11 @@ int runRead(const GlobalOptions& global, const ReadOptions& options) {
   // A filtered table view reads on to count the matching rows not shown.
   const bool countAll = tableCut && !conditions.empty();
   if (limit > 0 && !groups.empty()) {
+    // The stream holds one row group at a time.
+    namespace read = orvane::io::parquet::core::read;
+    const auto& metadata = reader->getMetadata();
+    read::checkReadBudget(file, metadata, groups, read::leafColumnsOf(*metadata.schema(), toHost(selection)),
+                          read::Holding::OneAtATime);
     BatchStream stream(file, groups, toHost(selection), batchRows);
     // The next batch is read while the current one is formatted.
     const auto fetch = [&stream] { return stream.nextArrow(); };

@@ -21,6 +21,7 @@
 #include <ovparquet/convert/to_orvane.hpp>
 #include <ovparquet/core/common/MessageException.hpp>
 #include <ovparquet/core/common/ReadableWritableFile.hpp>
+#include <ovparquet/core/read/ReadBudget.hpp>
 #include <ovparquet/core/read/RowGroupParquetReader.hpp>
 #include <ovparquet/core/write/ParquetWriter.hpp>
 #include <ovparquet/host/interrupt.hpp>
@@ -243,6 +244,7 @@ class ParquetInput : public Input {
     std::vector<double> all;
     for (double r = 1; r <= probe.getTotalNumRowGroups(); ++r) all.push_back(r);
     mReader = std::make_unique<core::read::RowGroupParquetReader>(file, all);
+    core::read::checkReadBudget(*mReader, core::read::Holding::OneAtATime);
     mNames = mReader->getVariableNames();
     for (const auto h : mReader->getRowGroupHeights()) mHeights.push_back(h);
   }

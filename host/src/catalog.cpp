@@ -29,6 +29,7 @@ const std::vector<CatalogEntry>& messageCatalog() {
         {"ORVANE:host:InvalidUtf16", "The text is not valid UTF-16: unpaired surrogate at position {1}.", 1},
         {"ORVANE:host:Interrupted", "Operation interrupted by the user.", 0},
         {"ORVANE:host:InvalidThreadCount", "The computational thread count must be at least 1, not {1}.", 1},
+        {"ORVANE:host:InvalidMemoryLimit", "The read memory limit must be at least 1 byte, not {1}.", 1},
         {"ORVANE:host:CannotOpenLog", "Unable to open the log file '{1}': {2}.", 2},
         {"ORVANE:host:ArrayClassMismatch", "Expected a {1} array, got a {2} array.", 2},
         {"ORVANE:host:ArrayIndexOutOfRange", "Index {1} is out of range for an array of {2} elements.", 2},
@@ -49,6 +50,9 @@ const std::vector<CatalogEntry>& messageCatalog() {
         {"ORVANE:parquetio:read:InternalError", "Internal error during {1}. {2}", 2},
         {"ORVANE:parquetio:read:UnsupportedRowFilterVariable",
          "Variable '{1}' of type {2} cannot be used to filter rows.", 2},
+        {"ORVANE:parquetio:read:MemoryLimitExceeded",
+         "Unable to read Parquet file '{1}': what it declares for {2} needs {3} bytes of memory, more than the "
+         "read memory limit of {4} bytes.", 4},
         {"ORVANE:parquetio:read:NoParquetFiles", "No Parquet files (*.parquet) found under '{1}'.", 1},
         {"ORVANE:parquetio:read:InvalidSplitSize",
          "The split size must be a whole number of bytes of at least 1, not {1}.", 1},

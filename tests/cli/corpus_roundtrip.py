@@ -130,7 +130,8 @@ def check(program, source, out):
     original = pq.read_table(source)
     if os.path.exists(out):
         os.remove(out)
-    run = subprocess.run([program, "write", out, "--from", source], capture_output=True, text=True)
+    run = subprocess.run([program, "write", out, "--from", source, "--input-format", "parquet"],
+                         capture_output=True, text=True)
     if run.returncode != 0:
         return ["the program failed: " + (run.stderr or run.stdout).strip()]
     back = pq.read_table(out)

@@ -1,5 +1,6 @@
 #include "FuzzInput.hpp"
 
+#include <ovparquet/host/memory.hpp>
 #include <ovparquet/host/stream.hpp>
 #include <ovparquet/host/threads.hpp>
 
@@ -45,6 +46,7 @@ class InputHandle : public orvane::vfs::FileHandle {
 
 void initialise() {
   orvane::setComputationalThreadCount(1);
+  orvane::setReadMemoryLimit(kReadMemoryLimit);
   orvane::vfs::registerScheme("fuzzmem", [](const orvane::vfs::Iri&, orvane::vfs::CleanupFile&,
                                             orvane::vfs::OpenMode, bool) {
     orvane::vfs::OpenedFile opened;

@@ -11,8 +11,14 @@
 
 namespace ovfuzz {
 
+// The read memory limit of every target: a read the footer declares larger
+// is refused before it starts, well inside the fuzzer's 2 GiB RSS limit
+// with the sanitizers' overhead.
+inline constexpr std::uint64_t kReadMemoryLimit = std::uint64_t{512} << 20;
+
 // Registers the in-memory scheme and quiets everything that would only slow
-// the fuzzer down (one decoding thread, no log). Call once.
+// the fuzzer down (one decoding thread, no log), and sets the read memory
+// limit. Call once.
 void initialise();
 
 // The name under which `data` can be opened until the next call.

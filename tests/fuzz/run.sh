@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Runs every libFuzzer target of a fuzz build for FUZZ_SECONDS each (default
 # 60), under a 2 GiB RSS limit and a 10 s limit per input. The corpus grows
-# in BUILD/fuzz/corpus/<target> (seeded from tests/fuzz/seeds and the kept
-# crashes); every crashing input found is copied into
+# in BUILD/fuzz/corpus/<target> (seeded from tests/fuzz/seeds, the kept
+# crashes and apache/arrow-testing's Parquet files); every crashing input found is copied into
 # tests/fuzz/crashes/<target>/, which the default test run replays. Inputs
 # that only ran out of memory or time are listed but left in
 # BUILD/fuzz/artifacts/<target>/.
@@ -34,6 +34,7 @@ for target in "${targets[@]}"; do
   "$binary" -fork=1 -ignore_crashes=1 -ignore_ooms=1 -ignore_timeouts=1 \
     -rss_limit_mb=2048 -malloc_limit_mb=2048 -timeout=10 -max_total_time="$seconds" \
     -artifact_prefix="$artifacts/" "$corpus" "$root/tests/fuzz/seeds" "$root/tests/fuzz/crashes" \
+    "$root/tests/data/arrow-testing/data/parquet" \
     >"$log" 2>&1 || true
   # Fork mode reports "#<runs>: cov: ... crash: N" lines; the last one counts.
   last=$(grep -E '^#[0-9]+: cov' "$log" | tail -n 1 || true)

@@ -1,6 +1,7 @@
 // ovparquet_read: a Parquet file, or part of it, as an Octave table struct.
 #include "binding.h"
 
+#include <ovparquet/core/read/ReadBudget.hpp>
 #include <ovparquet/core/read/RowGroupParquetReader.hpp>
 
 #include <algorithm>
@@ -123,6 +124,9 @@ t.passengers(t.Properties.Missing.passengers)   # the missing ones read as 0\n\
       reader->setSelectedVariableNames(selection);
     }
 
+    // Parquet holds one row group at a time; a file that declares more than
+    // the read memory limit is refused before any of its data is read.
+    orvane::io::parquet::core::read::checkReadBudget(*reader, orvane::io::parquet::core::read::Holding::OneAtATime);
     TableBuilder builder(missing);
     if (!reader->hasdata()) {
       // Nothing in the selection: the variables without rows.

@@ -30,6 +30,12 @@
 %! check_error ("ovparquet_reader (struct ('a', 1))", "ORVANE:octave:InvalidState", "save_state");
 
 %!test
+%! ## A 343-byte file whose footer declares 1768 values of 1.4 GB each is
+%! ## refused before any of its data is read.
+%! f = fullfile (getenv ("OVPARQUET_TEST_DATA"), "arrow-testing", "data", "parquet", "fuzzing", "clusterfuzz-testcase-minimized-parquet-arrow-fuzz-5843248142942208");
+%! check_error ("ovparquet_read (f)", "ORVANE:parquetio:read:MemoryLimitExceeded", "more than the read memory limit");
+
+%!test
 %! ## A missing file and a corrupt file: the library's identifiers and
 %! ## catalog texts.
 %! check_error ("ovparquet_read (fullfile (d, 'no-such.parquet'))", "ORVANE:host:FileNotFound", "no such file or directory");
