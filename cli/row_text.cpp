@@ -198,7 +198,7 @@ void RowTexts::appendCsvValue(std::string& out, std::string& scratch, const Colu
     case Kind::Double: {
       const double value = static_cast<const double*>(column.values)[row];
       if (std::isfinite(value)) {
-        appendNumber(out, value);
+        appendDouble(out, value);
       } else {
         out += doubleText(value);
       }
@@ -256,7 +256,7 @@ void RowTexts::appendJsonValue(std::string& out, std::string& scratch, const Col
     case Kind::Double: {
       const double value = static_cast<const double*>(column.values)[row];
       if (std::isfinite(value)) {
-        appendNumber(out, value);
+        appendDouble(out, value);
       } else {
         out += "null";
       }

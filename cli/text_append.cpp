@@ -1,6 +1,8 @@
 #include "text_append.hpp"
 
+#include <cmath>
 #include <cstdio>
+#include <cstdlib>
 
 namespace ovparquet::cli {
 namespace {
@@ -47,7 +49,53 @@ void appendDate(std::string& out, std::int64_t days) {
   appendDigits(out, day, 2);
 }
 
+int decimalDigits(std::uint64_t value) {
+  int digits = 1;
+  while (value >= 10) {
+    value /= 10;
+    ++digits;
+  }
+  return digits;
+}
+
+// Whole hundredths below 1e13: their decimal text is the only one of at most
+// two fraction digits within one unit in the last place (which is below
+// 0.01 there), so it is the shortest that reads back; false when it is not
+// one, or when to_chars would pick the (strictly shorter) exponent form.
+bool appendHundredths(std::string& out, double value) {
+  if (!(std::fabs(value) < 1e13) || value == 0) return false;
+  const double scaled = std::nearbyint(value * 100);
+  if (scaled / 100 != value) return false;
+  const bool negative = scaled < 0;
+  const auto hundredths = static_cast<std::uint64_t>(negative ? -scaled : scaled);
+  const std::uint64_t whole = hundredths / 100;
+  std::uint64_t fraction = hundredths % 100;
+  int fractionDigits = fraction == 0 ? 0 : (fraction % 10 == 0 ? 1 : 2);
+  if (fractionDigits == 1) fraction /= 10;
+  const int fixedLength = decimalDigits(whole) + (fractionDigits > 0 ? 1 + fractionDigits : 0);
+  // The exponent form: significant digits, a point when more than one, and
+  // "e+XX".
+  std::uint64_t significand = hundredths;
+  while (significand % 10 == 0) significand /= 10;
+  const int significant = decimalDigits(significand);
+  const int exponent = decimalDigits(hundredths) - 1 - 2;
+  const int exponentDigits = std::abs(exponent) >= 100 ? 3 : 2;
+  const int scientificLength = significant + (significant > 1 ? 1 : 0) + 2 + exponentDigits;
+  if (scientificLength < fixedLength) return false;
+  if (negative) out += '-';
+  appendNumber(out, whole);
+  if (fractionDigits > 0) {
+    out += '.';
+    appendDigits(out, static_cast<std::int64_t>(fraction), fractionDigits);
+  }
+  return true;
+}
+
 }  // namespace
+
+void appendDouble(std::string& out, double value) {
+  if (!appendHundredths(out, value)) appendNumber(out, value);
+}
 
 void appendCsvText(std::string& out, std::string_view text) {
   const bool quote = text.empty() || text.find_first_of(",\"\r\n") != std::string_view::npos ||

@@ -18,6 +18,11 @@ void appendNumber(std::string& out, T value) {
   out.append(buffer, result.ptr);
 }
 
+// A finite double as std::to_chars writes it (the shortest text that reads
+// back the same). Whole hundredths (prices, distances) are laid out directly,
+// which is several times faster; others go through std::to_chars.
+void appendDouble(std::string& out, double value);
+
 // A CSV field: quoted when empty, when it holds a separator, quote or line
 // break, or when it starts or ends with a blank.
 void appendCsvText(std::string& out, std::string_view text);
