@@ -19,6 +19,7 @@ namespace {
 
 sem_t gSignal;
 std::atomic<bool> gSignalled{false};
+bool gFinished = false;  // under filesMutex()
 struct sigaction gHostAction {};
 
 // Registered unfinished files; the watcher holds the lock while it removes
@@ -51,9 +52,11 @@ void removeWithTemporaries(const std::filesystem::path& file) {
   }
 }
 
-[[noreturn]] void endInterrupted(const std::string& report) {
+void endInterrupted(const std::string& report) {
   {
     std::lock_guard<std::mutex> lock(filesMutex());
+    // The command reported its own end (the interrupt, most likely).
+    if (gFinished) return;
     for (const auto& file : unfinishedFiles()) removeWithTemporaries(file);
     // Whatever was printed so far goes out before the report.
     std::fflush(stdout);
@@ -71,6 +74,11 @@ void watch(std::string report) {
 }
 
 }  // namespace
+
+void stopWatchingInterrupts() noexcept {
+  std::lock_guard<std::mutex> lock(filesMutex());
+  gFinished = true;
+}
 
 void watchInterrupts() {
   static std::once_flag once;

@@ -18,6 +18,10 @@ inline constexpr std::chrono::milliseconds kInterruptGrace{120};
 // place; the watcher's handler passes each signal on to it).
 void watchInterrupts();
 
+// Says that the command has ended and reported how: the watcher then leaves
+// the exit to the program.
+void stopWatchingInterrupts() noexcept;
+
 // Whether a SIGINT has arrived (whether or not it was handled since).
 bool interruptSignalled() noexcept;
 

@@ -207,6 +207,7 @@ int main(int argc, char** argv) {
   ovparquet::cli::watchInterrupts();
   ovparquet::cli::installWarningHandler();
   const int status = ovparquet::cli::run(argc, argv);
+  ovparquet::cli::stopWatchingInterrupts();
   std::cout.flush();
   orvane::log::flush();
   return status;
