@@ -1,18 +1,23 @@
 """The program's everyday jobs against DuckDB and pyarrow in the same run:
 whole processes, wall time and peak memory (maximum resident set).
 
-    program_bench.py OVPARQUET [ROWS] [WORKDIR]
+    program_bench.py OVPARQUET [ROWS] [WORKDIR] [TRIP_ROWS]
 
 Writes a file of ROWS rows (default 3,000,000; 12 row groups; integers,
 doubles, dictionary strings, zoned and plain time stamps, dates, decimals, a
 struct) and times: the first 20 rows, Parquet -> CSV and -> JSON of five
-columns, and rewriting the whole file with zstd.
+columns, and rewriting the whole file with zstd. A taxi-trip-like table of
+TRIP_ROWS rows (default 5,000,000; 18 columns) goes Parquet -> CSV and
+CSV -> Parquet. Last, how long the program takes to stop after Ctrl-C in
+the middle of a long export and of a long write.
 """
 import decimal
 import os
+import signal
 import subprocess
 import sys
 import tempfile
+import time
 
 import numpy as np
 import pyarrow as pa
@@ -41,6 +46,50 @@ def make_file(path, n):
     pq.write_table(table, path, row_group_size=(n + 11) // 12, write_page_index=True)
 
 
+def make_trips(csv_path, parquet_path, n):
+    import pyarrow.csv as pacsv
+    rng = np.random.default_rng(11)
+    t0 = 1_704_067_200
+    pickup = t0 + np.sort(rng.integers(0, 31 * 86400, n))
+    money = lambda scale: np.round(rng.random(n) * scale, 2)
+    table = pa.table({
+        "vendor_id": pa.array(rng.integers(1, 3, n, dtype=np.int64)),
+        "pickup": pa.array(pickup, pa.timestamp("s")),
+        "dropoff": pa.array(pickup + rng.integers(60, 3600, n), pa.timestamp("s")),
+        "passengers": pa.array(rng.integers(0, 7, n, dtype=np.int64)),
+        "distance": pa.array(np.round(rng.exponential(3.0, n), 2)),
+        "rate_code": pa.array(rng.integers(1, 7, n, dtype=np.int64)),
+        "store_and_forward": pa.array(np.array(["N", "Y"])[(rng.random(n) < 0.01).astype(int)]),
+        "pickup_zone": pa.array(rng.integers(1, 266, n, dtype=np.int64)),
+        "dropoff_zone": pa.array(rng.integers(1, 266, n, dtype=np.int64)),
+        "payment": pa.array(rng.integers(1, 5, n, dtype=np.int64)),
+        "fare": pa.array(money(80)),
+        "extra": pa.array(money(5)),
+        "tax": pa.array(np.full(n, 0.5)),
+        "tip": pa.array(money(20)),
+        "tolls": pa.array(money(10)),
+        "surcharge": pa.array(np.full(n, 1.0)),
+        "total": pa.array(money(120)),
+        "congestion": pa.array(np.full(n, 2.5)),
+    })
+    pacsv.write_csv(table, csv_path)
+    pq.write_table(table, parquet_path, row_group_size=1 << 20)
+
+
+def stop_latency(argv, output, after=1.0):
+    """Seconds from SIGINT (sent `after` seconds in) to the process's end,
+    and whether it exited 130 and left no output behind."""
+    with open(os.devnull, "wb") as sink:
+        process = subprocess.Popen(argv, stdout=sink, stderr=subprocess.DEVNULL)
+        time.sleep(after)
+        if process.poll() is not None:
+            return None, process.returncode, os.path.exists(output)
+        sent = time.monotonic()
+        process.send_signal(signal.SIGINT)
+        status = process.wait()
+        return time.monotonic() - sent, status, os.path.exists(output)
+
+
 def run(argv):
     # Under /usr/bin/time, so that the peak is the job's own and not that of
     # this Python process, which a forked child starts out as.
@@ -61,9 +110,15 @@ def main():
     program = sys.argv[1]
     rows = int(sys.argv[2]) if len(sys.argv) > 2 else 3_000_000
     work = sys.argv[3] if len(sys.argv) > 3 else tempfile.mkdtemp(prefix="ovparquet-bench-")
+    trip_rows = int(sys.argv[4]) if len(sys.argv) > 4 else 5_000_000
+    only = os.environ.get("BENCH_ONLY", "")
     path = os.path.join(work, "jobs.parquet")
     if not os.path.exists(path):
         make_file(path, rows)
+    trips_csv = os.path.join(work, f"trips{trip_rows}.csv")
+    trips = os.path.join(work, f"trips{trip_rows}.parquet")
+    if not os.path.exists(trips):
+        make_trips(trips_csv, trips, trip_rows)
     out = os.path.join(work, "out")
     cols = "id,x,s,ts_ny,amount"
     duck = lambda sql: [PY, "-c", f"import duckdb; print(len(duckdb.execute(\"\"\"{sql}\"\"\").fetchall()))"]
@@ -92,16 +147,48 @@ def main():
                        f"w=pq.ParquetWriter('{out}.pa.parquet', f.schema_arrow, compression='zstd')\n"
                        f"for i in range(f.num_row_groups): w.write_table(f.read_row_group(i))\nw.close()"],
         ),
+        "trips: Parquet -> CSV": (
+            ["sh", "-c", f"{program} read {trips} --format csv > {out}.trips.csv"],
+            duck(f"COPY (SELECT * FROM '{trips}') TO '{out}.trips.duck.csv' (HEADER)"),
+            [PY, "-c", f"import pyarrow.parquet as pq, pyarrow.csv as c; "
+                       f"c.write_csv(pq.read_table('{trips}'), '{out}.trips.pa.csv')"],
+        ),
+        "trips: CSV -> Parquet": (
+            [program, "write", f"{out}.trips.ov.parquet", "--from", trips_csv],
+            duck(f"COPY (SELECT * FROM read_csv('{trips_csv}')) TO '{out}.trips.duck.parquet' (FORMAT PARQUET)"),
+            [PY, "-c", f"import pyarrow.parquet as pq, pyarrow.csv as c; "
+                       f"pq.write_table(c.read_csv('{trips_csv}'), '{out}.trips.pa.parquet')"],
+        ),
     }
     print(f"{rows:,} rows, {os.path.getsize(path) / 2**20:.0f} MiB; best of 2 (time), peak resident memory, whole processes")
     print("| job | ovparquet | DuckDB | pyarrow | ovparquet / DuckDB |")
     print("|---|---|---|---|---|")
     for name, (ours, theirs, arrow) in jobs.items():
+        if only and only not in name:
+            continue
         o = best(ours, 2)
         d = best(theirs, 2)
         a = best(arrow, 2) if arrow else None
         fmt = lambda r: f"{r[0]:.2f} s, {r[1]:.0f} MB" if r else "—"
         print(f"| {name} | {fmt(o)} | {fmt(d)} | {fmt(a)} | {o[0] / d[0]:.2f} |", flush=True)
+
+    # Ctrl-C one second into jobs that take longer than that.
+    print()
+    print("| Ctrl-C after 1 s | stopped after | exit status | output left |")
+    print("|---|---|---|---|")
+    stops = {
+        "trips: Parquet -> CSV": ([program, "read", trips, "--format", "csv"], f"{out}.none"),
+        "rewrite with zstd": ([program, "write", f"{out}.stop.parquet", "--from", path, "--compression", "zstd"],
+                              f"{out}.stop.parquet"),
+        "trips: CSV -> Parquet": ([program, "write", f"{out}.stop2.parquet", "--from", trips_csv],
+                                  f"{out}.stop2.parquet"),
+    }
+    for name, (argv, output) in stops.items():
+        if only and only not in name:
+            continue
+        latency, status, left = stop_latency(argv, output)
+        shown = "ended before the signal" if latency is None else f"{latency:.2f} s"
+        print(f"| {name} | {shown} | {status} | {'yes' if left else 'no'} |", flush=True)
 
 
 if __name__ == "__main__":

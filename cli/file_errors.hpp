@@ -13,9 +13,9 @@ namespace ovparquet::cli {
 // above. Call only from inside a catch block.
 [[noreturn]] void rethrowNamingFile(const std::string& file);
 
-// Runs `body` (a command on `file`) and restates what it throws.
+// Runs `body` (work on `file`) and restates what it throws.
 template <typename Body>
-int namingFile(const std::string& file, Body&& body) {
+auto namingFile(const std::string& file, Body&& body) -> decltype(body()) {
   try {
     return body();
   } catch (...) {

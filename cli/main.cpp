@@ -4,10 +4,13 @@
 #include "commands.hpp"
 #include "errors.hpp"
 #include "file_errors.hpp"
+#include "interrupt_watch.hpp"
+#include "option_lists.hpp"
 #include "options.hpp"
 #include "progress.hpp"
 #include "splits_command.hpp"
 #include "text.hpp"
+#include "write_command.hpp"
 
 #include <ovparquet/host/error.hpp>
 #include <ovparquet/host/interrupt.hpp>
@@ -36,22 +39,9 @@
 namespace ovparquet::cli {
 namespace {
 
-// The codecs the writer can write (Arrow writes no LZO).
-const std::set<std::string> kCompressions = {"brotli", "gzip", "lz4", "snappy", "uncompressed", "zstd"};
-const std::set<std::string> kEncodings = {"dictionary", "plain"};
-
 std::string versionText() {
   return std::string("ovparquet ") + OVPARQUET_VERSION + " (Apache Arrow " + ::arrow::GetBuildInfo().version_string +
          ")";
-}
-
-// A whole number in [minimum, maximum], written in decimal.
-std::optional<std::uint64_t> parseCount(const std::string& text, std::uint64_t minimum, std::uint64_t maximum) {
-  if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos) return std::nullopt;
-  errno = 0;
-  const unsigned long long value = std::strtoull(text.c_str(), nullptr, 10);
-  if (errno == ERANGE || value < minimum || value > maximum) return std::nullopt;
-  return value;
 }
 
 std::vector<std::string> nameList(const std::string& text, const std::string& option) {
@@ -64,46 +54,6 @@ std::vector<std::string> nameList(const std::string& text, const std::string& op
     }
   }
   return names;
-}
-
-template <typename T>
-std::vector<T> countList(const std::string& text, const std::string& option, std::uint64_t minimum) {
-  std::vector<T> values;
-  for (const auto& item : splitList(text)) {
-    const auto value = parseCount(item, minimum, static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()));
-    if (!value) {
-      throw usageError("InvalidOption", "Option " + option + " needs whole numbers of at least " +
-                                            std::to_string(minimum) + ", not '" + item + "'.");
-    }
-    values.push_back(static_cast<T>(*value));
-  }
-  return values;
-}
-
-// "zstd", "a=zstd,b=gzip" or "zstd,a=gzip" (a default and exceptions).
-PerVariableSetting perVariableSetting(const std::string& text, const std::string& option,
-                                      const std::set<std::string>& allowed) {
-  PerVariableSetting setting;
-  std::set<std::string> seen;
-  for (const auto& item : splitList(text)) {
-    const auto eq = item.find('=');
-    const std::string value = eq == std::string::npos ? item : trim(item.substr(eq + 1));
-    if (allowed.count(value) == 0) {
-      throw usageError("InvalidOption", "Option " + option + " does not know '" + value + "'; use one of: " +
-                                            join(std::vector<std::string>(allowed.begin(), allowed.end())) + ".");
-    }
-    if (eq == std::string::npos) {
-      if (!setting.all.empty()) throw usageError("InvalidOption", "Option " + option + " has two settings for all variables.");
-      setting.all = value;
-    } else {
-      const std::string name = trim(item.substr(0, eq));
-      if (name.empty() || !seen.insert(name).second) {
-        throw usageError("InvalidOption", "Option " + option + " has an empty or repeated variable name in '" + text + "'.");
-      }
-      setting.byVariable.emplace_back(name, value);
-    }
-  }
-  return setting;
 }
 
 Format formatOf(const std::string& text) {
@@ -189,34 +139,7 @@ int run(int argc, char** argv) {
   statsCmd->add_option("file", stats.file, "Parquet file")->required();
   statsCmd->add_option("--vars", statsVars, "Variables (a,b); default: every variable that has statistics");
 
-  // write
-  WriteOptions write;
-  std::string compression;
-  std::string encoding;
-  std::string heights;
-  std::optional<std::int64_t> rowGroupLength;
-  std::string delimiter = ",";
-  bool noStoreSchema = false;
-  bool noCompliant = false;
-  auto* writeCmd = app.add_subcommand("write", "Write a Parquet file from a CSV or Parquet file");
-  writeCmd->add_option("output", write.output, "Parquet file to write")->required();
-  writeCmd->add_option("--from", write.input, "Input file (CSV or Parquet)")->required();
-  writeCmd->add_option("--input-format", write.inputFormat, "auto (by the file name), csv or parquet")
-      ->check(CLI::IsMember({"auto", "csv", "parquet"}));
-  writeCmd->add_option("--delimiter", delimiter, "CSV field separator (one character)");
-  writeCmd->add_option("--compression", compression,
-                       "Codec for all variables (zstd) or per variable (a=zstd,b=gzip): brotli, gzip, lz4, "
-                       "snappy, uncompressed, zstd");
-  writeCmd->add_option("--encoding", encoding, "dictionary or plain, for all variables or per variable (a=plain)");
-  writeCmd->add_option("--version", write.version, "Parquet format version: 1.0 or 2.0")
-      ->check(CLI::IsMember({"1.0", "2.0"}));
-  auto* lengthOpt =
-      writeCmd->add_option("--row-group-length", rowGroupLength, "Most rows in one row group")->check(CLI::PositiveNumber);
-  writeCmd->add_option("--row-group-heights", heights, "Rows of each row group, in order (100,200,...)")
-      ->excludes(lengthOpt);
-  writeCmd->add_flag("--no-store-schema", noStoreSchema, "Do not store the Arrow schema in the file");
-  writeCmd->add_flag("--no-compliant-nested", noCompliant, "Name list elements 'item' instead of 'element'");
-
+  WriteCommand write(app);
   SplitsCommand splits(app);
 
   try {
@@ -273,16 +196,6 @@ int run(int argc, char** argv) {
       read.range = std::make_pair(static_cast<double>(*offset), static_cast<double>(*size));
     }
     read.head = head;
-    if (!compression.empty()) write.compression = perVariableSetting(compression, "--compression", kCompressions);
-    if (!encoding.empty()) write.encoding = perVariableSetting(encoding, "--encoding", kEncodings);
-    if (!heights.empty()) write.rowGroupHeights = countList<std::int64_t>(heights, "--row-group-heights", 1);
-    write.rowGroupLength = rowGroupLength;
-    if (delimiter.size() != 1) {
-      throw usageError("InvalidOption", "Option --delimiter needs one character, not '" + delimiter + "'.");
-    }
-    write.delimiter = delimiter[0];
-    write.storeSchema = !noStoreSchema;
-    write.compliantNested = !noCompliant;
 
     // The host services every command runs on.
     if (global.threads) orvane::setComputationalThreadCount(*global.threads);
@@ -295,7 +208,7 @@ int run(int argc, char** argv) {
     if (readCmd->parsed()) return namingFile(read.file, [&] { return runRead(global, read); });
     if (statsCmd->parsed()) return namingFile(stats.file, [&] { return runStats(global, stats); });
     if (splits.parsed()) return splits.run(global);
-    return namingFile(write.input, [&] { return runWrite(global, write); });
+    return write.run(global);
   });
 }
 
@@ -306,8 +219,10 @@ int main(int argc, char** argv) {
   std::ios::sync_with_stdio(false);
   orvane::markSignalThread();
   orvane::installInterruptHandler();
+  ovparquet::cli::watchInterrupts();
   ovparquet::cli::installWarningHandler();
   const int status = ovparquet::cli::run(argc, argv);
+  ovparquet::cli::stopWatchingInterrupts();
   std::cout.flush();
   orvane::log::flush();
   return status;

@@ -44,25 +44,4 @@ struct StatsOptions {
   std::vector<std::string> vars;
 };
 
-// One setting for all variables (`all`) and settings for some of them.
-struct PerVariableSetting {
-  std::string all;
-  std::vector<std::pair<std::string, std::string>> byVariable;
-  bool given() const { return !all.empty() || !byVariable.empty(); }
-};
-
-struct WriteOptions {
-  std::string output;
-  std::string input;
-  std::string inputFormat = "auto";  // auto, csv, parquet
-  char delimiter = ',';
-  PerVariableSetting compression;
-  PerVariableSetting encoding;
-  std::string version;  // "" keeps the writer's default
-  std::optional<std::int64_t> rowGroupLength;
-  std::vector<std::int64_t> rowGroupHeights;
-  bool storeSchema = true;
-  bool compliantNested = true;
-};
-
 }  // namespace ovparquet::cli

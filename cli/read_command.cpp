@@ -67,12 +67,15 @@ class RowSink {
     }
     // Blocks of rows formatted in parallel, written in order.
     const std::size_t blocks = std::max<std::size_t>(1, std::min<std::size_t>(rows.size() / 1024, 4 * mArena.max_concurrency()));
-    std::vector<std::string> text(blocks);
+    // The buffers are kept from batch to batch: no new memory to fault in.
+    std::vector<std::string>& text = mText;
+    if (text.size() < blocks) text.resize(blocks);
     const auto format = [&](std::size_t b) {
       const std::size_t begin = rows.size() * b / blocks;
       const std::size_t end = rows.size() * (b + 1) / blocks;
       std::string& out = text[b];
-      out.reserve((end - begin) * 16 * mNames.size());
+      out.clear();
+      out.reserve((end - begin) * std::max<std::size_t>(mBytesPerRow, 16 * mNames.size()));
       if (mFormat == Format::Csv) {
         texts.appendCsv(out, rows, begin, end);
       } else if (mNdjson) {
@@ -86,13 +89,17 @@ class RowSink {
     } else {
       mArena.execute([&] { tbb::parallel_for(std::size_t{0}, blocks, format); });
     }
+    std::size_t written = 0;
     for (std::size_t b = 0; b < blocks; ++b) {
       if (mFormat == Format::Json && !mNdjson && mRecords == 0 && !text[b].empty()) {
         text[b].erase(0, 1);  // the first record has no comma before it
       }
       if (!text[b].empty()) ++mRecords;
       std::cout.write(text[b].data(), static_cast<std::streamsize>(text[b].size()));
+      written += text[b].size();
     }
+    // Room for a little more than this batch needed, next time.
+    if (!rows.empty()) mBytesPerRow = std::max(mBytesPerRow, written / rows.size() + written / rows.size() / 8 + 1);
   }
 
   // Rows that exist but are not shown (table format only).
@@ -131,6 +138,8 @@ class RowSink {
   std::size_t mShownRows = 0;
   std::uint64_t mMore = 0;
   std::size_t mRecords = 0;
+  std::vector<std::string> mText;  // formatted blocks of the current batch
+  std::size_t mBytesPerRow = 0;    // of the text so far
 };
 
 std::vector<double> allRowGroups(double count) {

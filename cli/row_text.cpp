@@ -3,6 +3,7 @@
 #include "output.hpp"
 #include "rows.hpp"
 #include "text.hpp"
+#include "text_append.hpp"
 #include "values.hpp"
 
 #include <ovparquet/host/array_text.hpp>
@@ -21,50 +22,6 @@ namespace {
 template <typename T>
 const T& at(const ovArray* column, std::size_t row) {
   return static_cast<const T*>(ovGetData(column))[row];
-}
-
-template <typename T>
-void appendNumber(std::string& out, T value) {
-  char buffer[64];
-  const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
-  out.append(buffer, result.ptr);
-}
-
-void appendCsvText(std::string& out, std::string_view text) {
-  const bool quote = text.empty() || text.find_first_of(",\"\r\n") != std::string_view::npos ||
-                     text.front() == ' ' || text.back() == ' ';
-  if (!quote) {
-    out += text;
-    return;
-  }
-  out += '"';
-  for (const char c : text) {
-    if (c == '"') out += '"';
-    out += c;
-  }
-  out += '"';
-}
-
-void appendJsonString(std::string& out, std::string_view text) {
-  out += '"';
-  for (const char c : text) {
-    switch (c) {
-      case '"': out += "\\\""; break;
-      case '\\': out += "\\\\"; break;
-      case '\n': out += "\\n"; break;
-      case '\r': out += "\\r"; break;
-      case '\t': out += "\\t"; break;
-      default:
-        if (static_cast<unsigned char>(c) < 0x20) {
-          char buffer[8];
-          std::snprintf(buffer, sizeof buffer, "\\u%04x", static_cast<unsigned>(c));
-          out += buffer;
-        } else {
-          out += c;
-        }
-    }
-  }
-  out += '"';
 }
 
 ovTimeUnit hostUnit(::arrow::TimeUnit::type unit) {
@@ -92,24 +49,29 @@ bool isUtcName(const std::string& zone) {
 }
 
 // "+05:30", "-05:00" ("+05:30:15" when the offset has seconds).
-std::string offsetText(std::int64_t seconds) {
-  const char sign = seconds < 0 ? '-' : '+';
+void appendOffset(std::string& out, std::int64_t seconds) {
+  out += seconds < 0 ? '-' : '+';
   const std::int64_t s = seconds < 0 ? -seconds : seconds;
-  char buffer[32];
-  if (s % 60 != 0) {
-    std::snprintf(buffer, sizeof buffer, "%c%02lld:%02lld:%02lld", sign, static_cast<long long>(s / 3600),
-                  static_cast<long long>(s / 60 % 60), static_cast<long long>(s % 60));
+  const auto two = [&](std::int64_t v) {
+    out += static_cast<char>('0' + v / 10 % 10);
+    out += static_cast<char>('0' + v % 10);
+  };
+  if (s / 3600 >= 100) {
+    appendNumber(out, s / 3600);
   } else {
-    std::snprintf(buffer, sizeof buffer, "%c%02lld:%02lld", sign, static_cast<long long>(s / 3600),
-                  static_cast<long long>(s / 60 % 60));
+    two(s / 3600);
   }
-  return buffer;
+  out += ':';
+  two(s / 60 % 60);
+  if (s % 60 != 0) {
+    out += ':';
+    two(s % 60);
+  }
 }
 
 // Local times in the column's zone with their offsets; empty when Arrow
 // cannot convert (an unknown zone): the host's UTC text is used then.
-bool zonedTexts(const std::shared_ptr<::arrow::Array>& array, std::vector<std::string>& texts,
-                std::vector<bool>& missing) {
+bool zonedTexts(const std::shared_ptr<::arrow::Array>& array, TextList& texts, std::vector<bool>& missing) {
   const auto& type = static_cast<const ::arrow::TimestampType&>(*array->type());
   const std::string zone = type.timezone();
   auto local = ::arrow::compute::LocalTimestamp(array);
@@ -119,33 +81,39 @@ bool zonedTexts(const std::shared_ptr<::arrow::Array>& array, std::vector<std::s
   const auto& wall = static_cast<const ::arrow::TimestampArray&>(*localArray);
   const std::int64_t perSecond = ticksPerSecond(type.unit());
   const bool utcZone = isUtcName(zone);
-  texts.resize(static_cast<std::size_t>(array->length()));
-  missing.assign(texts.size(), false);
+  const auto rows = static_cast<std::size_t>(array->length());
+  texts.ends.reserve(rows);
+  missing.assign(rows, false);
   for (std::int64_t i = 0; i < array->length(); ++i) {
     if (array->IsNull(i)) {
       missing[static_cast<std::size_t>(i)] = true;
+      texts.ends.push_back(texts.bytes.size());
       continue;
     }
     const std::int64_t localTicks = wall.Value(i);
-    std::string text = ovDatetimeText(localTicks, hostUnit(type.unit()), std::nullopt);
+    appendDatetimeText(texts.bytes, localTicks, hostUnit(type.unit()), false);
     const std::int64_t offset = (localTicks - utc.Value(i)) / perSecond;
-    text += utcZone && offset == 0 ? std::string("Z") : offsetText(offset);
-    texts[static_cast<std::size_t>(i)] = std::move(text);
+    if (utcZone && offset == 0) {
+      texts.bytes += 'Z';
+    } else {
+      appendOffset(texts.bytes, offset);
+    }
+    texts.ends.push_back(texts.bytes.size());
   }
   return true;
 }
 
-void decimalTexts(const ::arrow::Array& array, std::vector<std::string>& texts, std::vector<bool>& missing) {
-  texts.resize(static_cast<std::size_t>(array.length()));
-  missing.assign(texts.size(), false);
+void decimalTexts(const ::arrow::Array& array, TextList& texts, std::vector<bool>& missing) {
+  missing.assign(static_cast<std::size_t>(array.length()), false);
   const auto& decimals = static_cast<const ::arrow::FixedSizeBinaryArray&>(array);
   for (std::int64_t i = 0; i < array.length(); ++i) {
     if (array.IsNull(i)) {
       missing[static_cast<std::size_t>(i)] = true;
+      texts.push({});
     } else if (array.type_id() == ::arrow::Type::DECIMAL128) {
-      texts[static_cast<std::size_t>(i)] = static_cast<const ::arrow::Decimal128Array&>(decimals).FormatValue(i);
+      texts.push(static_cast<const ::arrow::Decimal128Array&>(decimals).FormatValue(i));
     } else {
-      texts[static_cast<std::size_t>(i)] = static_cast<const ::arrow::Decimal256Array&>(decimals).FormatValue(i);
+      texts.push(static_cast<const ::arrow::Decimal256Array&>(decimals).FormatValue(i));
     }
   }
 }
@@ -169,88 +137,164 @@ RowTexts::RowTexts(const ovArray* table, const std::shared_ptr<::arrow::RecordBa
         column.bareJson = true;
       } else if (id == ::arrow::Type::TIMESTAMP &&
                  !static_cast<const ::arrow::TimestampType&>(*array->type()).timezone().empty()) {
-        if (!zonedTexts(array, column.texts, column.missing)) column.texts.clear();
+        if (!zonedTexts(array, column.texts, column.missing)) column.texts = {};
       }
     }
+    classify(column);
     mColumns.push_back(std::move(column));
   }
 }
 
-void RowTexts::appendCsvValue(std::string& out, const Column& column, std::size_t row) const {
-  if (!column.texts.empty()) {
-    if (!column.missing[row]) appendCsvText(out, column.texts[row]);
+void RowTexts::classify(Column& column) {
+  if (!column.texts.ends.empty()) {
+    column.kind = Kind::Exact;
     return;
   }
   const ovArray* c = column.host;
-  if (isMissingValue(c, row)) return;
+  if (ovIsTable(c) || ovIsCell(c) || ovIsStruct(c)) return;
+  column.missingMask = ovGetMissingMask(c);
   switch (ovGetClassID(c)) {
-    case ovClassID::Double: {
-      const double value = at<double>(c, row);
+    case ovClassID::Double: column.kind = Kind::Double; break;
+    case ovClassID::Int64: column.kind = Kind::Int64; break;
+    case ovClassID::Int32: column.kind = Kind::Int32; break;
+    case ovClassID::Logical: column.kind = Kind::Logical; break;
+    case ovClassID::String: column.kind = Kind::String; return;
+    case ovClassID::Datetime:
+      column.kind = Kind::Datetime;
+      column.values = ovGetTicks(c);
+      column.unit = ovGetTimeUnit(c);
+      column.instant = ovGetTimeZone(c).has_value();
+      return;
+    case ovClassID::Categorical: {
+      // Each category's text once, not once per row.
+      column.kind = Kind::Categorical;
+      column.values = ovGetCategoryCodes(c);
+      const ovArray* categories = ovGetCategories(c);
+      std::string text;
+      for (std::size_t k = 0; k < ovGetNumberOfElements(categories); ++k) {
+        text.clear();
+        orvane::append_utf16_replacing(ovGetStringView(categories, k), text);
+        column.texts.push(text);
+      }
+      return;
+    }
+    default: return;
+  }
+  column.values = ovGetData(c);
+}
+
+void RowTexts::appendCsvValue(std::string& out, std::string& scratch, const Column& column, std::size_t row) const {
+  switch (column.kind) {
+    case Kind::Exact:
+      if (!column.missing[row]) appendCsvText(out, column.texts.at(row));
+      return;
+    case Kind::Other:
+      if (!isMissingValue(column.host, row)) appendCsvText(out, valueText(column.host, row));
+      return;
+    default: break;
+  }
+  if (column.missingAt(row)) return;
+  switch (column.kind) {
+    case Kind::Double: {
+      const double value = static_cast<const double*>(column.values)[row];
       if (std::isfinite(value)) {
-        appendNumber(out, value);
+        appendDouble(out, value);
       } else {
         out += doubleText(value);
       }
       return;
     }
-    case ovClassID::Int64: appendNumber(out, at<std::int64_t>(c, row)); return;
-    case ovClassID::Int32: appendNumber(out, at<std::int32_t>(c, row)); return;
-    case ovClassID::String: {
-      std::string text;
-      orvane::append_utf16_replacing(ovGetStringView(c, row), text);
-      appendCsvText(out, text);
+    case Kind::Int64: appendNumber(out, static_cast<const std::int64_t*>(column.values)[row]); return;
+    case Kind::Int32: appendNumber(out, static_cast<const std::int32_t*>(column.values)[row]); return;
+    case Kind::Logical: out += static_cast<const bool*>(column.values)[row] ? "true" : "false"; return;
+    case Kind::String:
+      scratch.clear();
+      orvane::append_utf16_replacing(ovGetStringView(column.host, row), scratch);
+      appendCsvText(out, scratch);
+      return;
+    case Kind::Datetime:
+      appendDatetimeText(out, static_cast<const std::int64_t*>(column.values)[row], column.unit, column.instant);
+      return;
+    case Kind::Categorical: {
+      const std::int32_t code = static_cast<const std::int32_t*>(column.values)[row];
+      if (code < 0 || static_cast<std::size_t>(code) >= column.texts.ends.size()) {
+        out += "<undefined>";
+      } else {
+        appendCsvText(out, column.texts.at(static_cast<std::size_t>(code)));
+      }
       return;
     }
-    default: appendCsvText(out, valueText(c, row)); return;
+    default: return;
   }
 }
 
-void RowTexts::appendJsonValue(std::string& out, const Column& column, std::size_t row) const {
-  if (!column.texts.empty()) {
-    if (column.missing[row]) {
-      out += "null";
-    } else if (column.bareJson) {
-      out += column.texts[row];
-    } else {
-      appendJsonString(out, column.texts[row]);
-    }
-    return;
+void RowTexts::appendJsonValue(std::string& out, std::string& scratch, const Column& column, std::size_t row) const {
+  switch (column.kind) {
+    case Kind::Exact:
+      if (column.missing[row]) {
+        out += "null";
+      } else if (column.bareJson) {
+        out += column.texts.at(row);
+      } else {
+        appendJsonString(out, column.texts.at(row));
+      }
+      return;
+    case Kind::Other:
+      if (!ovIsTable(column.host) && isMissingValue(column.host, row)) {
+        out += "null";
+      } else {
+        out += valueJson(column.host, row).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+      }
+      return;
+    default: break;
   }
-  const ovArray* c = column.host;
-  if (!ovIsTable(c) && isMissingValue(c, row)) {
+  if (column.missingAt(row)) {
     out += "null";
     return;
   }
-  switch (ovGetClassID(c)) {
-    case ovClassID::Double: {
-      const double value = at<double>(c, row);
+  switch (column.kind) {
+    case Kind::Double: {
+      const double value = static_cast<const double*>(column.values)[row];
       if (std::isfinite(value)) {
-        appendNumber(out, value);
+        appendDouble(out, value);
       } else {
         out += "null";
       }
       return;
     }
-    case ovClassID::Int64: appendNumber(out, at<std::int64_t>(c, row)); return;
-    case ovClassID::Int32: appendNumber(out, at<std::int32_t>(c, row)); return;
-    case ovClassID::String: {
-      std::string text;
-      orvane::append_utf16_replacing(ovGetStringView(c, row), text);
-      appendJsonString(out, text);
+    case Kind::Int64: appendNumber(out, static_cast<const std::int64_t*>(column.values)[row]); return;
+    case Kind::Int32: appendNumber(out, static_cast<const std::int32_t*>(column.values)[row]); return;
+    case Kind::Logical: out += static_cast<const bool*>(column.values)[row] ? "true" : "false"; return;
+    case Kind::String:
+      scratch.clear();
+      orvane::append_utf16_replacing(ovGetStringView(column.host, row), scratch);
+      appendJsonString(out, scratch);
+      return;
+    case Kind::Datetime:
+      out += '"';
+      appendDatetimeText(out, static_cast<const std::int64_t*>(column.values)[row], column.unit, column.instant);
+      out += '"';
+      return;
+    case Kind::Categorical: {
+      const std::int32_t code = static_cast<const std::int32_t*>(column.values)[row];
+      if (code < 0 || static_cast<std::size_t>(code) >= column.texts.ends.size()) {
+        out += "\"<undefined>\"";
+      } else {
+        appendJsonString(out, column.texts.at(static_cast<std::size_t>(code)));
+      }
       return;
     }
-    default:
-      out += valueJson(c, row).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-      return;
+    default: return;
   }
 }
 
 void RowTexts::appendCsv(std::string& out, const std::vector<std::size_t>& rows, std::size_t begin,
                          std::size_t end) const {
+  std::string scratch;
   for (std::size_t k = begin; k < end; ++k) {
     for (std::size_t v = 0; v < mColumns.size(); ++v) {
       if (v > 0) out += ',';
-      appendCsvValue(out, mColumns[v], rows[k]);
+      appendCsvValue(out, scratch, mColumns[v], rows[k]);
     }
     out += '\n';
   }
@@ -258,13 +302,14 @@ void RowTexts::appendCsv(std::string& out, const std::vector<std::size_t>& rows,
 
 void RowTexts::appendJson(std::string& out, const std::vector<std::size_t>& rows, std::size_t begin,
                           std::size_t end, const char* before, const char* after) const {
+  std::string scratch;
   for (std::size_t k = begin; k < end; ++k) {
     out += before;
     out += '{';
     for (std::size_t v = 0; v < mColumns.size(); ++v) {
       if (v > 0) out += ',';
       out += mJsonKeys[v];
-      appendJsonValue(out, mColumns[v], rows[k]);
+      appendJsonValue(out, scratch, mColumns[v], rows[k]);
     }
     out += '}';
     out += after;
@@ -276,14 +321,14 @@ unique_ovarray_ptr RowTexts::shownTable(const std::vector<std::size_t>& rows) co
   for (std::size_t v = 0; v < all.size(); ++v) all[v] = v;
   auto gathered = gatherTable({{mTable, rows}}, all);
   bool exact = false;
-  for (const auto& c : mColumns) exact = exact || !c.texts.empty();
+  for (const auto& c : mColumns) exact = exact || c.kind == Kind::Exact;
   if (!exact) return gathered;
   std::vector<unique_ovarray_ptr> columns;
   std::vector<orvane::ustring> names;
   for (std::size_t v = 0; v < mColumns.size(); ++v) {
     names.push_back(ovTableName(gathered.get(), v));
     const Column& c = mColumns[v];
-    if (c.texts.empty()) {
+    if (c.kind != Kind::Exact) {
       columns.push_back(ovDuplicateArray(ovTableColumn(gathered.get(), v)));
       continue;
     }
@@ -292,7 +337,7 @@ unique_ovarray_ptr RowTexts::shownTable(const std::vector<std::size_t>& rows) co
       if (c.missing[r]) {
         builder.appendMissing();
       } else {
-        builder.append(toHost(c.texts[r]));
+        builder.append(toHost(c.texts.at(r)));
       }
     }
     columns.push_back(builder.finish());

@@ -14,9 +14,24 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace ovparquet::cli {
+
+// Texts held in one buffer (no string per value): text i is bytes[ends[i-1], ends[i]).
+struct TextList {
+  std::string bytes;
+  std::vector<std::size_t> ends;
+  std::string_view at(std::size_t i) const {
+    const std::size_t begin = i == 0 ? 0 : ends[i - 1];
+    return std::string_view(bytes).substr(begin, ends[i] - begin);
+  }
+  void push(std::string_view text) {
+    bytes += text;
+    ends.push_back(bytes.size());
+  }
+};
 
 class RowTexts {
  public:
@@ -36,16 +51,26 @@ class RowTexts {
   unique_ovarray_ptr shownTable(const std::vector<std::size_t>& rows) const;
 
  private:
+  // How a column's values become text, decided once per batch.
+  enum class Kind { Exact, Double, Int64, Int32, Logical, String, Categorical, Datetime, Other };
+
   struct Column {
+    Kind kind = Kind::Other;
     const ovArray* host = nullptr;
-    // Exact texts of every row (empty when the host value is used).
-    std::vector<std::string> texts;
-    std::vector<bool> missing;
-    bool bareJson = false;  // texts that are JSON numbers
+    const std::uint8_t* missingMask = nullptr;  // host flags per row, or null
+    const void* values = nullptr;              // numbers, ticks or category codes
+    ovTimeUnit unit = ovTimeUnit::Second;
+    bool instant = false;                      // a zoned datetime: UTC with "Z"
+    // Exact: a text per row; Categorical: a text per category.
+    TextList texts;
+    std::vector<bool> missing;                 // Exact: rows without a text
+    bool bareJson = false;                     // Exact texts that are JSON numbers
+    bool missingAt(std::size_t row) const { return missingMask != nullptr && missingMask[row] != 0; }
   };
 
-  void appendCsvValue(std::string& out, const Column& column, std::size_t row) const;
-  void appendJsonValue(std::string& out, const Column& column, std::size_t row) const;
+  static void classify(Column& column);
+  void appendCsvValue(std::string& out, std::string& scratch, const Column& column, std::size_t row) const;
+  void appendJsonValue(std::string& out, std::string& scratch, const Column& column, std::size_t row) const;
 
   const ovArray* mTable;
   std::vector<std::string> mNames;

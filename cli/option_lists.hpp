@@ -1,0 +1,34 @@
+// Whole numbers and lists of them in option values, shared by commands.
+#pragma once
+
+#include "errors.hpp"
+#include "text.hpp"
+
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ovparquet::cli {
+
+// A whole number in [minimum, maximum], written in decimal.
+std::optional<std::uint64_t> parseCount(const std::string& text, std::uint64_t minimum, std::uint64_t maximum);
+
+// "1,2,3": whole numbers of at least `minimum`; a usage error naming
+// `option` otherwise.
+template <typename T>
+std::vector<T> countList(const std::string& text, const std::string& option, std::uint64_t minimum) {
+  std::vector<T> values;
+  for (const auto& item : splitList(text)) {
+    const auto value = parseCount(item, minimum, static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()));
+    if (!value) {
+      throw usageError("InvalidOption", "Option " + option + " needs whole numbers of at least " +
+                                            std::to_string(minimum) + ", not '" + item + "'.");
+    }
+    values.push_back(static_cast<T>(*value));
+  }
+  return values;
+}
+
+}  // namespace ovparquet::cli

@@ -1,0 +1,170 @@
+#include "text_append.hpp"
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+namespace ovparquet::cli {
+namespace {
+
+constexpr std::int64_t kTicksPerSecond[] = {1, 1000, 1000000, 1000000000};
+constexpr int kFractionDigits[] = {0, 3, 6, 9};
+
+std::int64_t floorDiv(std::int64_t a, std::int64_t b) {
+  const std::int64_t q = a / b;
+  return (a % b != 0 && ((a < 0) != (b < 0))) ? q - 1 : q;
+}
+
+// `value` in exactly `digits` decimal digits (value < 10^digits).
+void appendDigits(std::string& out, std::int64_t value, int digits) {
+  char buffer[24];
+  for (int i = digits - 1; i >= 0; --i) {
+    buffer[i] = static_cast<char>('0' + value % 10);
+    value /= 10;
+  }
+  out.append(buffer, static_cast<std::size_t>(digits));
+}
+
+// Proleptic Gregorian date of a day count from 1970-01-01.
+void appendDate(std::string& out, std::int64_t days) {
+  const std::int64_t z = days + 719468;
+  const std::int64_t era = floorDiv(z, 146097);
+  const std::int64_t doe = z - era * 146097;
+  const std::int64_t yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+  const std::int64_t doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+  const std::int64_t mp = (5 * doy + 2) / 153;
+  const std::int64_t day = doy - (153 * mp + 2) / 5 + 1;
+  const std::int64_t month = mp < 10 ? mp + 3 : mp - 9;
+  const std::int64_t year = yoe + era * 400 + (month <= 2 ? 1 : 0);
+  if (year < 0) out += '-';
+  const std::int64_t absYear = year < 0 ? -year : year;
+  if (absYear < 10000) {
+    appendDigits(out, absYear, 4);
+  } else {
+    appendNumber(out, absYear);
+  }
+  out += '-';
+  appendDigits(out, month, 2);
+  out += '-';
+  appendDigits(out, day, 2);
+}
+
+int decimalDigits(std::uint64_t value) {
+  int digits = 1;
+  while (value >= 10) {
+    value /= 10;
+    ++digits;
+  }
+  return digits;
+}
+
+// Whole hundredths below 1e13: their decimal text is the only one of at most
+// two fraction digits within one unit in the last place (which is below
+// 0.01 there), so it is the shortest that reads back; false when it is not
+// one, or when to_chars would pick the (strictly shorter) exponent form.
+bool appendHundredths(std::string& out, double value) {
+  if (!(std::fabs(value) < 1e13) || value == 0) return false;
+  const double scaled = std::nearbyint(value * 100);
+  if (scaled / 100 != value) return false;
+  const bool negative = scaled < 0;
+  const auto hundredths = static_cast<std::uint64_t>(negative ? -scaled : scaled);
+  const std::uint64_t whole = hundredths / 100;
+  std::uint64_t fraction = hundredths % 100;
+  int fractionDigits = fraction == 0 ? 0 : (fraction % 10 == 0 ? 1 : 2);
+  if (fractionDigits == 1) fraction /= 10;
+  const int fixedLength = decimalDigits(whole) + (fractionDigits > 0 ? 1 + fractionDigits : 0);
+  // The exponent form: significant digits, a point when more than one, and
+  // "e+XX".
+  std::uint64_t significand = hundredths;
+  while (significand % 10 == 0) significand /= 10;
+  const int significant = decimalDigits(significand);
+  const int exponent = decimalDigits(hundredths) - 1 - 2;
+  const int exponentDigits = std::abs(exponent) >= 100 ? 3 : 2;
+  const int scientificLength = significant + (significant > 1 ? 1 : 0) + 2 + exponentDigits;
+  if (scientificLength < fixedLength) return false;
+  if (negative) out += '-';
+  appendNumber(out, whole);
+  if (fractionDigits > 0) {
+    out += '.';
+    appendDigits(out, static_cast<std::int64_t>(fraction), fractionDigits);
+  }
+  return true;
+}
+
+}  // namespace
+
+void appendDouble(std::string& out, double value) {
+  if (!appendHundredths(out, value)) appendNumber(out, value);
+}
+
+void appendCsvText(std::string& out, std::string_view text) {
+  const bool quote = text.empty() || text.find_first_of(",\"\r\n") != std::string_view::npos ||
+                     text.front() == ' ' || text.back() == ' ';
+  if (!quote) {
+    out += text;
+    return;
+  }
+  out += '"';
+  for (const char c : text) {
+    if (c == '"') out += '"';
+    out += c;
+  }
+  out += '"';
+}
+
+void appendJsonString(std::string& out, std::string_view text) {
+  out += '"';
+  std::size_t plain = 0;  // start of the run not yet copied
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    if (c >= 0x20 && c != '"' && c != '\\') continue;
+    out.append(text.data() + plain, i - plain);
+    plain = i + 1;
+    switch (c) {
+      case '"': out += "\\\""; break;
+      case '\\': out += "\\\\"; break;
+      case '\n': out += "\\n"; break;
+      case '\r': out += "\\r"; break;
+      case '\t': out += "\\t"; break;
+      default: {
+        char buffer[8];
+        std::snprintf(buffer, sizeof buffer, "\\u%04x", static_cast<unsigned>(c));
+        out += buffer;
+      }
+    }
+  }
+  out.append(text.data() + plain, text.size() - plain);
+  out += '"';
+}
+
+void appendDatetimeText(std::string& out, std::int64_t ticks, ovTimeUnit unit, bool instant) {
+  if (unit == ovTimeUnit::Day) {
+    // Day counts this large are past any calendar worth printing.
+    if (ticks > (std::int64_t{1} << 50) || ticks < -(std::int64_t{1} << 50)) {
+      out += "<out of range>";
+    } else {
+      appendDate(out, ticks);
+    }
+    return;
+  }
+  const auto u = static_cast<std::size_t>(unit);
+  const std::int64_t perSecond = kTicksPerSecond[u];
+  const std::int64_t seconds = floorDiv(ticks, perSecond);
+  const std::int64_t fraction = ticks - seconds * perSecond;
+  const std::int64_t days = floorDiv(seconds, 86400);
+  const std::int64_t secondOfDay = seconds - days * 86400;
+  appendDate(out, days);
+  out += 'T';
+  appendDigits(out, secondOfDay / 3600, 2);
+  out += ':';
+  appendDigits(out, secondOfDay / 60 % 60, 2);
+  out += ':';
+  appendDigits(out, secondOfDay % 60, 2);
+  if (kFractionDigits[u] > 0) {
+    out += '.';
+    appendDigits(out, fraction, kFractionDigits[u]);
+  }
+  if (instant) out += 'Z';
+}
+
+}  // namespace ovparquet::cli
