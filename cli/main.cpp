@@ -2,9 +2,12 @@
 // command line. The command line is parsed here; each command lives in its
 // own file.
 #include "commands.hpp"
+#include "count_command.hpp"
 #include "errors.hpp"
+#include "info_command.hpp"
 #include "options.hpp"
 #include "progress.hpp"
+#include "schema_command.hpp"
 #include "splits_command.hpp"
 #include "text.hpp"
 
@@ -145,16 +148,9 @@ int run(int argc, char** argv) {
   app.add_option("--log-file", global.logFile, "Write the diagnostic log to this file instead of standard error");
   app.add_flag("-v,--verbose", global.verbose, "Say more on standard error (skipped row groups, counts)");
 
-  // info
-  InfoOptions info;
-  auto* infoCmd = app.add_subcommand("info", "Summary of a file: variables, types, row groups");
-  infoCmd->add_option("file", info.file, "Parquet file")->required();
-
-  // count
-  CountOptions count;
-  auto* countCmd = app.add_subcommand("count", "Row-group counts of files (directories: the *.parquet files below)");
-  countCmd->add_option("paths", count.paths, "Files or directories")->required();
-  countCmd->add_flag("--sequential", count.sequential, "Count one file after another instead of in parallel");
+  InfoCommand info(app);
+  SchemaCommand schema(app);
+  CountCommand count(app);
 
   // read
   ReadOptions read;
@@ -275,8 +271,9 @@ int run(int argc, char** argv) {
     if (!global.logFile.empty()) orvane::log::logToFile(global.logFile);
     if (global.logMask) orvane::log::setMask(*global.logMask);
 
-    if (infoCmd->parsed()) return runInfo(global, info);
-    if (countCmd->parsed()) return runCount(global, count);
+    if (info.parsed()) return info.run(global);
+    if (schema.parsed()) return schema.run(global);
+    if (count.parsed()) return count.run(global);
     if (readCmd->parsed()) return runRead(global, read);
     if (statsCmd->parsed()) return runStats(global, stats);
     if (splits.parsed()) return splits.run(global);

@@ -19,15 +19,6 @@ struct GlobalOptions {
   std::string logFile;
 };
 
-struct InfoOptions {
-  std::string file;
-};
-
-struct CountOptions {
-  std::vector<std::string> paths;
-  bool sequential = false;
-};
-
 struct ReadOptions {
   std::string file;
   std::vector<std::string> vars;
