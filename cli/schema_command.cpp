@@ -64,12 +64,13 @@ void collect(const Node& node, const std::string& parentPath, int depth, const s
   if (row.leaf) {
     row.physical = ::parquet::TypeToString(static_cast<const ::parquet::schema::PrimitiveNode&>(node).physical_type());
   }
-  rows.push_back(row);
+  const std::string path = row.path;
+  rows.push_back(std::move(row));
   if (node.is_group()) {
     const auto& group = static_cast<const ::parquet::schema::GroupNode&>(node);
     const std::string childIndent = indent + (depth == 0 ? "" : last ? "   " : "\u2502  ");
     for (int i = 0; i < group.field_count(); ++i) {
-      collect(*group.field(i), rows.back().path, depth + 1, childIndent, i + 1 == group.field_count(), rows);
+      collect(*group.field(i), path, depth + 1, childIndent, i + 1 == group.field_count(), rows);
     }
   }
 }
