@@ -159,7 +159,7 @@ int run(int argc, char** argv) {
   std::string range;
   std::optional<std::uint64_t> head;
   auto* readCmd = app.add_subcommand("read", "Print the data of a file");
-  readCmd->add_option("file", read.file, "Parquet file")->required();
+  readCmd->add_option("paths", read.paths, "Files, directories, s3 prefixes or quoted glob patterns")->required();
   readCmd->add_option("--vars", readVars, "Variables to print, in this order (a,b,c)");
   auto* rowGroupsOpt = readCmd->add_option("--row-groups", rowGroups, "Row groups to read, 1-based (1,3)");
   readCmd->add_option("--range", range, "Row groups starting in the byte range OFFSET:SIZE")->excludes(rowGroupsOpt);
@@ -176,7 +176,7 @@ int run(int argc, char** argv) {
   StatsOptions stats;
   std::string statsVars;
   auto* statsCmd = app.add_subcommand("stats", "Per-row-group statistics: null and distinct counts, minimum, maximum");
-  statsCmd->add_option("file", stats.file, "Parquet file")->required();
+  statsCmd->add_option("paths", stats.paths, "Files, directories, s3 prefixes or quoted glob patterns")->required();
   statsCmd->add_option("--vars", statsVars, "Variables (a,b); default: every variable that has statistics");
 
   // write

@@ -20,7 +20,8 @@ struct GlobalOptions {
 };
 
 struct ReadOptions {
-  std::string file;
+  std::vector<std::string> paths;  // as given: files, directories, globs
+  std::string file;                // the one being read
   std::vector<std::string> vars;
   std::vector<double> rowGroups;             // 1-based
   std::optional<std::pair<double, double>> range;  // offset, size in bytes
@@ -31,7 +32,8 @@ struct ReadOptions {
 };
 
 struct StatsOptions {
-  std::string file;
+  std::vector<std::string> paths;  // as given: files, directories, globs
+  std::string file;                // the one being worked on
   std::vector<std::string> vars;
 };
 

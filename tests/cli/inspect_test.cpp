@@ -361,5 +361,61 @@ TEST(Locations, ADirectoryWithoutParquetFilesIsAnError) {
   }
 }
 
+// ---- read and stats of several files
+
+// Two copies of the pages fixture (1000 rows each) and a file of other variables.
+struct TwoCopies {
+  Scratch dir;
+  TwoCopies() {
+    for (const char* name : {"a.parquet", "b.parquet"}) {
+      std::filesystem::copy_file(fixture("pyarrow_pages.parquet"), dir.path() / name);
+    }
+  }
+};
+
+TEST(ManyFiles, ReadPrintsTheRowsOfOneFileAfterTheOther) {
+  TwoCopies two;
+  const auto all = parseCsv(ok({"read", two.dir.path().string(), "--format", "csv"}).out);
+  ASSERT_EQ(all.size(), 2001u);
+  EXPECT_EQ(all[1000][0], "999");
+  EXPECT_EQ(all[1001][0], "0");
+  // --offset and --head count across the files.
+  const auto across = parseCsv(ok({"read", two.dir.file("*.parquet"), "--offset", "998", "--head", "4", "--format",
+                                   "csv", "--vars", "id"})
+                                   .out);
+  EXPECT_EQ(across, (std::vector<std::vector<std::string>>{{"id"}, {"998"}, {"999"}, {"0"}, {"1"}}));
+  const RunResult filtered = ok({"read", two.dir.path().string(), "--where", "id > 998", "--format", "ndjson"});
+  EXPECT_EQ(filtered.out, "{\"id\":999,\"s\":\"v0999\"}\n{\"id\":999,\"s\":\"v0999\"}\n");
+  // The table view counts the rows of both files it does not show.
+  EXPECT_NE(ok({"read", two.dir.path().string()}).out.find("1980 more rows"), std::string::npos);
+}
+
+TEST(ManyFiles, AFileWithOtherVariablesIsAnErrorNamingIt) {
+  TwoCopies two;
+  std::filesystem::copy_file(fixture("duckdb_flat.parquet"), two.dir.path() / "c.parquet");
+  const RunResult r = runProgram({"read", two.dir.path().string(), "--format", "csv"});
+  expectFailure(r, 1, "ORVANE:cli:DifferentVariables");
+  EXPECT_NE(r.err.find(two.dir.file("c.parquet")), std::string::npos) << r.err;
+  EXPECT_NE(r.err.find(two.dir.file("a.parquet")), std::string::npos) << r.err;
+}
+
+TEST(ManyFiles, ARangeIsOfOneFile) {
+  TwoCopies two;
+  expectFailure(runProgram({"read", two.dir.path().string(), "--range", "0:100"}), 2, "ORVANE:cli:InvalidOption");
+}
+
+TEST(ManyFiles, StatsArePerFile) {
+  TwoCopies two;
+  const json j = okJson({"stats", two.dir.path().string(), "--vars", "id", "--format", "json"});
+  ASSERT_TRUE(j.is_array());
+  ASSERT_EQ(j.size(), 2u);
+  EXPECT_EQ(j[0]["filename"], two.dir.file("a.parquet"));
+  EXPECT_EQ(j[1]["filename"], two.dir.file("b.parquet"));
+  const RunResult table = ok({"stats", two.dir.path().string(), "--vars", "id"});
+  EXPECT_NE(table.out.find("== " + two.dir.file("b.parquet") + " =="), std::string::npos) << table.out;
+  // One file alone keeps its single object.
+  EXPECT_TRUE(okJson({"stats", two.dir.file("a.parquet"), "--format", "json"}).is_object());
+}
+
 }  // namespace
 }  // namespace ovtest
