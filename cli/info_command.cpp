@@ -26,14 +26,12 @@ InfoCommand::InfoCommand(CLI::App& app) {
 }
 
 int InfoCommand::run(const GlobalOptions& global) const {
-  std::vector<std::string> vars;
+  const std::vector<std::string> vars = mVars.empty() ? std::vector<std::string>{} : splitList(mVars);
   std::set<std::string> seen;
-  for (const auto& name : splitList(mVars)) {
-    if (mVars.empty()) break;
+  for (const auto& name : vars) {
     if (name.empty() || !seen.insert(name).second) {
       throw usageError("InvalidOption", "Option --vars has an empty or repeated name in '" + mVars + "'.");
     }
-    vars.push_back(name);
   }
   const auto files = expandLocations(mPaths);
   if (mPages) return showEach(files, global, [&](const std::string& f) { return showPages(global, f, vars); });
