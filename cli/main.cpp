@@ -158,7 +158,7 @@ int run(int argc, char** argv) {
   std::string rowGroups;
   std::string range;
   std::optional<std::uint64_t> head;
-  auto* readCmd = app.add_subcommand("read", "Print the data of a file");
+  auto* readCmd = app.add_subcommand("read", "Print the data of files, one after another");
   readCmd->add_option("paths", read.paths, "Files, directories, s3 prefixes or quoted glob patterns")->required();
   readCmd->add_option("--vars", readVars, "Variables to print, in this order (a,b,c)");
   auto* rowGroupsOpt = readCmd->add_option("--row-groups", rowGroups, "Row groups to read, 1-based (1,3)");

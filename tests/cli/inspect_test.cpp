@@ -341,6 +341,18 @@ TEST(Locations, GlobPatternsAndDirectoriesGiveEachFileOnceInOrder) {
   EXPECT_EQ(j["totalBytes"], 3 * pyarrowView("pyarrow_pages.parquet")["fileSize"].get<std::int64_t>());
 }
 
+TEST(Locations, SplitsTakePatternsToo) {
+  Scratch dir;
+  for (const char* name : {"b.parquet", "a.parquet", "c.txt"}) {
+    std::filesystem::copy_file(fixture("pyarrow_pages.parquet"), dir.path() / name);
+  }
+  const auto records = parseCsv(ok({"splits", dir.file("[ab].parquet"), "--format", "csv"}).out);
+  ASSERT_EQ(records.size(), 3u);  // header and one split per small file
+  EXPECT_EQ(records[1][0], dir.file("a.parquet"));
+  EXPECT_EQ(records[2][0], dir.file("b.parquet"));
+  expectFailure(runProgram({"splits", dir.file("*.csv")}), 1, "ORVANE:cli:NoMatchingFiles");
+}
+
 TEST(Locations, APatternThatMatchesNothingIsAnError) {
   Scratch dir;
   for (const char* command : {"count", "info", "schema"}) {
