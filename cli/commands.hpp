@@ -5,8 +5,6 @@
 
 namespace ovparquet::cli {
 
-int runInfo(const GlobalOptions& global, const InfoOptions& options);
-int runCount(const GlobalOptions& global, const CountOptions& options);
 int runRead(const GlobalOptions& global, const ReadOptions& options);
 int runStats(const GlobalOptions& global, const StatsOptions& options);
 

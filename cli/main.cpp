@@ -2,12 +2,14 @@
 // command line. The command line is parsed here; each command lives in its
 // own file.
 #include "commands.hpp"
+#include "count_command.hpp"
 #include "errors.hpp"
-#include "file_errors.hpp"
+#include "info_command.hpp"
 #include "interrupt_watch.hpp"
 #include "option_lists.hpp"
 #include "options.hpp"
 #include "progress.hpp"
+#include "schema_command.hpp"
 #include "splits_command.hpp"
 #include "text.hpp"
 #include "write_command.hpp"
@@ -101,16 +103,9 @@ int run(int argc, char** argv) {
   app.add_option("--log-file", global.logFile, "Write the diagnostic log to this file instead of standard error");
   app.add_flag("-v,--verbose", global.verbose, "Say more on standard error (skipped row groups, counts)");
 
-  // info
-  InfoOptions info;
-  auto* infoCmd = app.add_subcommand("info", "Summary of a file: variables, types, row groups");
-  infoCmd->add_option("file", info.file, "Parquet file")->required();
-
-  // count
-  CountOptions count;
-  auto* countCmd = app.add_subcommand("count", "Row-group counts of files (directories: the *.parquet files below)");
-  countCmd->add_option("paths", count.paths, "Files or directories")->required();
-  countCmd->add_flag("--sequential", count.sequential, "Count one file after another instead of in parallel");
+  InfoCommand info(app);
+  SchemaCommand schema(app);
+  CountCommand count(app);
 
   // read
   ReadOptions read;
@@ -118,8 +113,8 @@ int run(int argc, char** argv) {
   std::string rowGroups;
   std::string range;
   std::optional<std::uint64_t> head;
-  auto* readCmd = app.add_subcommand("read", "Print the data of a file");
-  readCmd->add_option("file", read.file, "Parquet file")->required();
+  auto* readCmd = app.add_subcommand("read", "Print the data of files, one after another");
+  readCmd->add_option("paths", read.paths, "Files, directories, s3 prefixes or quoted glob patterns")->required();
   readCmd->add_option("--vars", readVars, "Variables to print, in this order (a,b,c)");
   auto* rowGroupsOpt = readCmd->add_option("--row-groups", rowGroups, "Row groups to read, 1-based (1,3)");
   readCmd->add_option("--range", range, "Row groups starting in the byte range OFFSET:SIZE")->excludes(rowGroupsOpt);
@@ -136,7 +131,7 @@ int run(int argc, char** argv) {
   StatsOptions stats;
   std::string statsVars;
   auto* statsCmd = app.add_subcommand("stats", "Per-row-group statistics: null and distinct counts, minimum, maximum");
-  statsCmd->add_option("file", stats.file, "Parquet file")->required();
+  statsCmd->add_option("paths", stats.paths, "Files, directories, s3 prefixes or quoted glob patterns")->required();
   statsCmd->add_option("--vars", statsVars, "Variables (a,b); default: every variable that has statistics");
 
   WriteCommand write(app);
@@ -203,10 +198,11 @@ int run(int argc, char** argv) {
     if (!global.logFile.empty()) orvane::log::logToFile(global.logFile);
     if (global.logMask) orvane::log::setMask(*global.logMask);
 
-    if (infoCmd->parsed()) return namingFile(info.file, [&] { return runInfo(global, info); });
-    if (countCmd->parsed()) return runCount(global, count);
-    if (readCmd->parsed()) return namingFile(read.file, [&] { return runRead(global, read); });
-    if (statsCmd->parsed()) return namingFile(stats.file, [&] { return runStats(global, stats); });
+    if (info.parsed()) return info.run(global);
+    if (schema.parsed()) return schema.run(global);
+    if (count.parsed()) return count.run(global);
+    if (readCmd->parsed()) return runRead(global, read);
+    if (statsCmd->parsed()) return runStats(global, stats);
     if (splits.parsed()) return splits.run(global);
     return write.run(global);
   });

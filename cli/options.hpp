@@ -19,17 +19,9 @@ struct GlobalOptions {
   std::string logFile;
 };
 
-struct InfoOptions {
-  std::string file;
-};
-
-struct CountOptions {
-  std::vector<std::string> paths;
-  bool sequential = false;
-};
-
 struct ReadOptions {
-  std::string file;
+  std::vector<std::string> paths;  // as given: files, directories, globs
+  std::string file;                // the one being read
   std::vector<std::string> vars;
   std::vector<double> rowGroups;             // 1-based
   std::optional<std::pair<double, double>> range;  // offset, size in bytes
@@ -40,7 +32,8 @@ struct ReadOptions {
 };
 
 struct StatsOptions {
-  std::string file;
+  std::vector<std::string> paths;  // as given: files, directories, globs
+  std::string file;                // the one being worked on
   std::vector<std::string> vars;
 };
 

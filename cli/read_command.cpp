@@ -1,4 +1,4 @@
-// read FILE: prints the data of chosen variables and row groups, optionally
+// read PATH...: prints the data of chosen variables and row groups, optionally
 // only the rows that satisfy a --where filter.
 //
 // Rows stream through in batches (Arrow's record-batch reader), so a head of
@@ -8,6 +8,8 @@
 #include "batch_stream.hpp"
 #include "commands.hpp"
 #include "errors.hpp"
+#include "file_errors.hpp"
+#include "locations.hpp"
 #include "output.hpp"
 #include "row_text.hpp"
 #include "rows.hpp"
@@ -163,10 +165,20 @@ std::vector<double> candidateRowGroups(const ReadOptions& options, const RowGrou
   return options.rowGroups;
 }
 
-}  // namespace
+// What reading several files one after another shares: one output, and the
+// rows skipped and taken so far.
+struct ReadState {
+  std::unique_ptr<RowSink> sink;
+  std::vector<std::string> output;  // the variables every file must have
+  std::string firstFile;
+  std::uint64_t skip = 0;
+  std::uint64_t taken = 0;
+  std::size_t batches = 0;
+};
 
-int runRead(const GlobalOptions& global, const ReadOptions& options) {
-  const std::vector<Condition> conditions = options.where.empty() ? std::vector<Condition>{} : parseWhere(options.where);
+// Appends the rows of options.file.
+void readFile(const GlobalOptions& global, const ReadOptions& options, const std::vector<Condition>& conditions,
+              ReadState& state) {
   const ustring file = toHost(options.file);
 
   // The footer answers the metadata and statistics questions; data is read
@@ -179,6 +191,14 @@ int runRead(const GlobalOptions& global, const ReadOptions& options) {
   const auto fileNames = reader->getVariableNames();
   requireVariables(options.vars, fileNames, options.file);
   std::vector<std::string> output = options.vars.empty() ? toUtf8(fileNames) : options.vars;
+  if (!state.sink) {
+    state.sink = std::make_unique<RowSink>(global, output);
+    state.output = output;
+    state.firstFile = options.file;
+  } else if (output != state.output) {
+    throw CliError("DifferentVariables", "'" + options.file + "' has the variables " + join(output) + ", not " +
+                                             join(state.output) + " as '" + state.firstFile + "' has.");
+  }
   std::vector<std::string> selection = output;
   const auto types = reader->getVariableTypes();
   for (const auto& c : conditions) {
@@ -211,7 +231,7 @@ int runRead(const GlobalOptions& global, const ReadOptions& options) {
 
   // --offset: whole row groups before it are not read when no filter
   // decides which rows count.
-  std::uint64_t skip = options.offset;
+  std::uint64_t& skip = state.skip;
   if (conditions.empty()) {
     std::size_t first = 0;
     while (first < list.size() && skip >= heightOf(list[first])) skip -= heightOf(list[first++]);
@@ -231,10 +251,10 @@ int runRead(const GlobalOptions& global, const ReadOptions& options) {
 
   std::vector<int> groups;
   for (const double r : list) groups.push_back(static_cast<int>(r) - 1);
-  RowSink sink(global, output);
-  std::uint64_t taken = 0;
+  RowSink& sink = *state.sink;
+  std::uint64_t& taken = state.taken;
   std::uint64_t seen = 0;  // rows the stream delivered
-  std::size_t batches = 0;
+  std::size_t& batches = state.batches;
   // A filtered table view reads on to count the matching rows not shown.
   const bool countAll = tableCut && !conditions.empty();
   if (limit > 0 && !groups.empty()) {
@@ -280,9 +300,28 @@ int runRead(const GlobalOptions& global, const ReadOptions& options) {
       sink.addUnshown(total - std::min(total, seen));
     }
   }
+}
+
+}  // namespace
+
+// Several files: their rows one after another, as if they were one file.
+int runRead(const GlobalOptions& global, const ReadOptions& options) {
+  const std::vector<Condition> conditions = options.where.empty() ? std::vector<Condition>{} : parseWhere(options.where);
+  const auto files = expandLocations(options.paths);
+  if (files.size() > 1 && options.range) {
+    throw usageError("InvalidOption", "Option --range is a byte range of one file; " + std::to_string(files.size()) +
+                                          " files were given.");
+  }
+  ReadState state;
+  state.skip = options.offset;
+  for (const auto& file : files) {
+    ReadOptions one = options;
+    one.file = file;
+    namingFile(file, [&] { readFile(global, one, conditions, state); });
+  }
   orvane::throwIfInterruptPending();
-  sink.finish();
-  if (global.verbose) std::cerr << "read " << batches << " batches, " << taken << " rows\n";
+  state.sink->finish();
+  if (global.verbose) std::cerr << "read " << state.batches << " batches, " << state.taken << " rows\n";
   return 0;
 }
 

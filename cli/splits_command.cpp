@@ -2,6 +2,7 @@
 #include "splits_command.hpp"
 
 #include "errors.hpp"
+#include "locations.hpp"
 #include "output.hpp"
 #include "text.hpp"
 
@@ -40,7 +41,7 @@ std::optional<std::int64_t> parseByteSize(const std::string& text) {
 
 SplitsCommand::SplitsCommand(CLI::App& app) {
   mCommand = app.add_subcommand("splits", "Byte-range splits of Parquet files, one per line (for read --range)");
-  mCommand->add_option("paths", mPaths, "Files, directories or s3 prefixes")->required();
+  mCommand->add_option("paths", mPaths, "Files, directories, s3 prefixes or quoted glob patterns")->required();
   mCommand->add_option("--split-size", mSplitSize, "Bytes per split, like 134217728 or 64MiB")->default_str("128MiB");
 }
 
@@ -50,7 +51,9 @@ int SplitsCommand::run(const GlobalOptions& global) const {
     throw usageError("InvalidOption", "Option --split-size needs a positive number of bytes, like 67108864 or "
                                       "64MiB, not '" + mSplitSize + "'.");
   }
-  const auto splits = read::planSplits(toHost(mPaths), *splitSize);
+  // Patterns are expanded here; the rest the split planning lists itself.
+  const bool patterns = std::any_of(mPaths.begin(), mPaths.end(), isGlobPattern);
+  const auto splits = read::planSplits(toHost(patterns ? expandLocations(mPaths) : mPaths), *splitSize);
   std::ostream& out = std::cout;
   if (global.format == Format::Csv) {
     writeCsvRow(out, {"location", "offset", "size"});

@@ -1,8 +1,10 @@
-// stats FILE: per-row-group statistics (null count, distinct count, minimum,
+// stats PATH...: per-row-group statistics (null count, distinct count, minimum,
 // maximum) of chosen variables, from the file's footer.
 #include "commands.hpp"
 #include "errors.hpp"
+#include "locations.hpp"
 #include "output.hpp"
+#include "show_each.hpp"
 #include "text.hpp"
 #include "values.hpp"
 #include "variables.hpp"
@@ -32,7 +34,10 @@ const ovArray* cellValues(const unique_ovarray_ptr& cell) { return ovGetCell(cel
 
 }  // namespace
 
-int runStats(const GlobalOptions& global, const StatsOptions& options) {
+namespace {
+
+// The statistics of one file: written to standard output, or returned in JSON.
+std::optional<nlohmann::ordered_json> statsOfFile(const GlobalOptions& global, const StatsOptions& options) {
   const ustring file = toHost(options.file);
   const core::read::RowGroupParquetReader reader(file, std::vector<double>{});
   const auto names = reader.getVariableNames();
@@ -113,8 +118,7 @@ int runStats(const GlobalOptions& global, const StatsOptions& options) {
         s["max"] = mx ? valueJson(mx, rec.rowGroup) : nlohmann::ordered_json(nullptr);
         j["statistics"].push_back(std::move(s));
       }
-      writeJson(std::cout, j);
-      break;
+      return j;
     }
     case Format::Csv: {
       writeCsvRow(std::cout, {"rowGroup", "variable", "rows", "nullCount", "distinctCount", "min", "max"});
@@ -178,7 +182,18 @@ int runStats(const GlobalOptions& global, const StatsOptions& options) {
       break;
     }
   }
-  return 0;
+  return std::nullopt;
+}
+
+}  // namespace
+
+// Several files: each one's statistics in turn.
+int runStats(const GlobalOptions& global, const StatsOptions& options) {
+  return showEach(expandLocations(options.paths), global, [&](const std::string& file) {
+    StatsOptions one = options;
+    one.file = file;
+    return statsOfFile(global, one);
+  });
 }
 
 }  // namespace ovparquet::cli

@@ -137,7 +137,7 @@ TEST(Count, ManyFilesInParallelEqualSequential) {
   EXPECT_EQ(parallel.out, sequential.out);
   const auto records = parseCsv(parallel.out);
   ASSERT_EQ(records.size(), 251u);
-  EXPECT_EQ(records[0], (std::vector<std::string>{"filename", "numRowGroups"}));
+  EXPECT_EQ(records[0], (std::vector<std::string>{"filename", "numRowGroups", "numRows", "fileSize"}));
   EXPECT_EQ(records[1][1], "3");  // duckdb_flat
   EXPECT_EQ(records[2][1], "3");  // pyarrow_nested: 300 rows in groups of 128
   // Standard error is not a terminal here: no progress bar.
@@ -150,15 +150,19 @@ TEST(Count, TableListsFilesAndTheTotal) {
   EXPECT_NE(r.out.find("103 row groups in 2 files"), std::string::npos) << r.out;
 }
 
-TEST(Count, AMissingFileFailsTheCount) {
-  const RunResult r = runProgram({"count", fixture("duckdb_flat.parquet"), "/nonexistent/x.parquet"});
+TEST(Count, AMissingFileIsReportedAndTheOthersAreStillCounted) {
+  const RunResult r = runProgram({"count", fixture("duckdb_flat.parquet"), "/nonexistent/x.parquet", "--format", "json"});
   expectFailure(r, 1, "ORVANE:host:FileNotFound");
   EXPECT_EQ(r.err, "ORVANE:host:FileNotFound: Unable to open '/nonexistent/x.parquet': no such file or directory.\n");
+  const json j = json::parse(r.out);
+  ASSERT_EQ(j["files"].size(), 1u);
+  EXPECT_EQ(j["files"][0]["filename"], fixture("duckdb_flat.parquet"));
+  EXPECT_EQ(j["totalRows"], 250000);
 }
 
 TEST(Count, ADirectoryWithoutParquetFilesIsAnError) {
   Scratch dir;
-  expectFailure(runProgram({"count", dir.path().string()}), 1, "ORVANE:cli:NoParquetFiles");
+  expectFailure(runProgram({"count", dir.path().string()}), 1, "ORVANE:parquetio:read:NoParquetFiles");
 }
 
 }  // namespace

@@ -4,6 +4,7 @@ pyarrow and DuckDB.
     make_cli_fixtures.py OUTPUT_DIR
 """
 import datetime
+import json
 import math
 import os
 import sys
@@ -114,6 +115,53 @@ def zoned_decimal_file(out):
             f.write(f"{i},{local},{amount}\n")
 
 
+def pages_file(out):
+    # Known pages: 1000 rows in row groups of 600 and 400, pages of 200 rows
+    # (small pages, batches of 100), no dictionary, with the page index and
+    # key-value metadata. Every 7th text is missing.
+    table = pa.table({
+        "id": pa.array(range(1000), pa.int64()),
+        "s": pa.array([None if i % 7 == 0 else f"v{i:04d}" for i in range(1000)]),
+    }).replace_schema_metadata({"owner": "ovparquet tests", "note": "gr\u00fc\u00dfe"})
+    pq.write_table(table, os.path.join(out, "pyarrow_pages.parquet"), row_group_size=600, data_page_size=1000,
+                   write_batch_size=100, use_dictionary=False, write_page_index=True,
+                   compression={"id": "zstd", "s": "snappy"})
+
+
+def metadata_views(out):
+    # What pyarrow's metadata reports about some files, for the tests to
+    # compare the program's inspection with.
+    views = {}
+    for name in ["pyarrow_pages.parquet", "pyarrow_nested.parquet", "duckdb_flat.parquet", "pyarrow_empty.parquet"]:
+        metadata = pq.ParquetFile(os.path.join(out, name)).metadata
+        schema = metadata.schema
+        view = {
+            "createdBy": metadata.created_by,
+            "numRows": metadata.num_rows,
+            "numRowGroups": metadata.num_row_groups,
+            "fileSize": os.path.getsize(os.path.join(out, name)),
+            "keyValueMetadata": {k.decode(): v.decode() for k, v in (metadata.metadata or {}).items()},
+            "leaves": [{"path": schema.column(i).path, "physicalType": schema.column(i).physical_type,
+                        "logicalType": str(schema.column(i).logical_type),
+                        "convertedType": schema.column(i).converted_type}
+                       for i in range(metadata.num_columns)],
+            "chunks": [],
+        }
+        for r in range(metadata.num_row_groups):
+            for c in range(metadata.num_columns):
+                chunk = metadata.row_group(r).column(c)
+                view["chunks"].append({
+                    "rowGroup": r + 1, "column": chunk.path_in_schema, "codec": chunk.compression.lower(),
+                    "encodings": list(chunk.encodings), "numValues": chunk.num_values,
+                    "compressedBytes": chunk.total_compressed_size,
+                    "uncompressedBytes": chunk.total_uncompressed_size, "hasStatistics": chunk.is_stats_set,
+                    "hasDictionaryPage": chunk.has_dictionary_page, "hasColumnIndex": chunk.has_column_index,
+                    "hasOffsetIndex": chunk.has_offset_index, "dataPageOffset": chunk.data_page_offset})
+        views[name] = view
+    with open(os.path.join(out, "pyarrow_metadata.json"), "w") as f:
+        json.dump(views, f, indent=1)
+
+
 def main():
     out = sys.argv[1]
     os.makedirs(out, exist_ok=True)
@@ -123,6 +171,8 @@ def main():
     records_file(out)
     duckdb_file(out)
     zoned_decimal_file(out)
+    pages_file(out)
+    metadata_views(out)
 
 
 if __name__ == "__main__":

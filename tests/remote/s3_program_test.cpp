@@ -110,6 +110,29 @@ TEST_F(S3ProgramTest, CountOfAPrefixCountsEveryParquetObject) {
   EXPECT_THAT(r.out, Not(HasSubstr("readme")));
 }
 
+TEST_F(S3ProgramTest, InspectionEqualsTheLocalCopy) {
+  expectSameOutput({"schema", "FILE"});
+  expectSameOutput({"--format", "json", "info", "--chunks", "FILE"});
+  expectSameOutput({"--format", "csv", "info", "--pages", "FILE"});
+}
+
+TEST_F(S3ProgramTest, GlobPatternsMatchTheKeysOfOneLevel) {
+  const RunResult l = runProgram({"--format", "csv", "count", sDir->file("many") + "/*.parquet"});
+  const RunResult r = runProgram({"--format", "csv", "count", s3Location("prog/many/*.parquet")});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(replaceAll(r.out, s3Location("prog/many"), sDir->file("many")), l.out);
+  EXPECT_THAT(r.out, HasSubstr("s3://prog/many/a.parquet"));
+  EXPECT_THAT(r.out, HasSubstr("s3://prog/many/b.parquet"));
+  EXPECT_THAT(r.out, Not(HasSubstr("sub/c.parquet")));
+  const RunResult deeper = runProgram({"--format", "csv", "count", s3Location("prog/many/*/[c].parquet")});
+  ASSERT_EQ(deeper.status, 0) << deeper.err;
+  EXPECT_THAT(deeper.out, HasSubstr("s3://prog/many/sub/c.parquet"));
+  EXPECT_THAT(deeper.out, Not(HasSubstr("a.parquet")));
+  const RunResult none = runProgram({"count", s3Location("prog/many/*.csv")});
+  EXPECT_EQ(none.status, 1);
+  EXPECT_THAT(none.err, HasSubstr("ORVANE:cli:NoMatchingFiles: No files match the pattern 's3://prog/many/*.csv'."));
+}
+
 TEST_F(S3ProgramTest, WriteFromAnObjectToAnObject) {
   const RunResult w = runProgram({"write", s3Location("prog/rewritten.parquet"), "--from", s3Location("prog/simple.parquet"),
                                   "--compression", "zstd,name=gzip", "--row-group-length", "7000"});
