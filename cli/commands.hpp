@@ -7,8 +7,6 @@ namespace ovparquet::cli {
 
 int runInfo(const GlobalOptions& global, const InfoOptions& options);
 int runCount(const GlobalOptions& global, const CountOptions& options);
-int runRead(const GlobalOptions& global, const ReadOptions& options);
-int runStats(const GlobalOptions& global, const StatsOptions& options);
 int runWrite(const GlobalOptions& global, const WriteOptions& options);
 
 }  // namespace ovparquet::cli

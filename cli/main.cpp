@@ -3,9 +3,12 @@
 // own file.
 #include "commands.hpp"
 #include "errors.hpp"
+#include "option_values.hpp"
 #include "options.hpp"
 #include "progress.hpp"
+#include "read_command.hpp"
 #include "splits_command.hpp"
+#include "stats_command.hpp"
 #include "text.hpp"
 
 #include <ovparquet/host/error.hpp>
@@ -41,41 +44,6 @@ const std::set<std::string> kEncodings = {"dictionary", "plain"};
 std::string versionText() {
   return std::string("ovparquet ") + OVPARQUET_VERSION + " (Apache Arrow " + ::arrow::GetBuildInfo().version_string +
          ")";
-}
-
-// A whole number in [minimum, maximum], written in decimal.
-std::optional<std::uint64_t> parseCount(const std::string& text, std::uint64_t minimum, std::uint64_t maximum) {
-  if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos) return std::nullopt;
-  errno = 0;
-  const unsigned long long value = std::strtoull(text.c_str(), nullptr, 10);
-  if (errno == ERANGE || value < minimum || value > maximum) return std::nullopt;
-  return value;
-}
-
-std::vector<std::string> nameList(const std::string& text, const std::string& option) {
-  std::vector<std::string> names = splitList(text);
-  std::set<std::string> seen;
-  for (const auto& n : names) {
-    if (n.empty()) throw usageError("InvalidOption", "Option " + option + " has an empty name in '" + text + "'.");
-    if (!seen.insert(n).second) {
-      throw usageError("InvalidOption", "Option " + option + " names '" + n + "' more than once.");
-    }
-  }
-  return names;
-}
-
-template <typename T>
-std::vector<T> countList(const std::string& text, const std::string& option, std::uint64_t minimum) {
-  std::vector<T> values;
-  for (const auto& item : splitList(text)) {
-    const auto value = parseCount(item, minimum, static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()));
-    if (!value) {
-      throw usageError("InvalidOption", "Option " + option + " needs whole numbers of at least " +
-                                            std::to_string(minimum) + ", not '" + item + "'.");
-    }
-    values.push_back(static_cast<T>(*value));
-  }
-  return values;
 }
 
 // "zstd", "a=zstd,b=gzip" or "zstd,a=gzip" (a default and exceptions).
@@ -156,32 +124,8 @@ int run(int argc, char** argv) {
   countCmd->add_option("paths", count.paths, "Files or directories")->required();
   countCmd->add_flag("--sequential", count.sequential, "Count one file after another instead of in parallel");
 
-  // read
-  ReadOptions read;
-  std::string readVars;
-  std::string rowGroups;
-  std::string range;
-  std::optional<std::uint64_t> head;
-  auto* readCmd = app.add_subcommand("read", "Print the data of a file");
-  readCmd->add_option("file", read.file, "Parquet file")->required();
-  readCmd->add_option("--vars", readVars, "Variables to print, in this order (a,b,c)");
-  auto* rowGroupsOpt = readCmd->add_option("--row-groups", rowGroups, "Row groups to read, 1-based (1,3)");
-  readCmd->add_option("--range", range, "Row groups starting in the byte range OFFSET:SIZE")->excludes(rowGroupsOpt);
-  readCmd->add_option("--head", head, "Print at most N rows (in every format)")->check(CLI::NonNegativeNumber);
-  readCmd->add_option("--offset", read.offset, "Skip the first N rows (of those the filter keeps)")
-      ->check(CLI::NonNegativeNumber);
-  readCmd->add_option("--where", read.where,
-                      "Keep rows satisfying comparisons joined by 'and', e.g. \"x > 5 and name = 'abc'\"");
-  readCmd->add_option("--max-rows", read.maxRows, "Rows shown by the table format without --head (0: all)")
-      ->check(CLI::NonNegativeNumber)
-      ->default_val(20);
-
-  // stats
-  StatsOptions stats;
-  std::string statsVars;
-  auto* statsCmd = app.add_subcommand("stats", "Per-row-group statistics: null and distinct counts, minimum, maximum");
-  statsCmd->add_option("file", stats.file, "Parquet file")->required();
-  statsCmd->add_option("--vars", statsVars, "Variables (a,b); default: every variable that has statistics");
+  ReadCommand read(app);
+  StatsCommand stats(app);
 
   // write
   WriteOptions write;
@@ -244,21 +188,6 @@ int run(int argc, char** argv) {
       }
       global.logMask = static_cast<std::uint32_t>(mask);
     }
-    if (!readVars.empty()) read.vars = nameList(readVars, "--vars");
-    if (!statsVars.empty()) stats.vars = nameList(statsVars, "--vars");
-    if (!rowGroups.empty()) {
-      for (const auto r : countList<std::uint64_t>(rowGroups, "--row-groups", 1)) read.rowGroups.push_back(static_cast<double>(r));
-    }
-    if (!range.empty()) {
-      const auto colon = range.find(':');
-      const auto offset = colon == std::string::npos ? std::nullopt : parseCount(trim(range.substr(0, colon)), 0, 1ull << 62);
-      const auto size = colon == std::string::npos ? std::nullopt : parseCount(trim(range.substr(colon + 1)), 0, 1ull << 62);
-      if (!offset || !size) {
-        throw usageError("InvalidOption", "Option --range needs OFFSET:SIZE in bytes, like 4:1048576, not '" + range + "'.");
-      }
-      read.range = std::make_pair(static_cast<double>(*offset), static_cast<double>(*size));
-    }
-    read.head = head;
     if (!compression.empty()) write.compression = perVariableSetting(compression, "--compression", kCompressions);
     if (!encoding.empty()) write.encoding = perVariableSetting(encoding, "--encoding", kEncodings);
     if (!heights.empty()) write.rowGroupHeights = countList<std::int64_t>(heights, "--row-group-heights", 1);
@@ -277,8 +206,8 @@ int run(int argc, char** argv) {
 
     if (infoCmd->parsed()) return runInfo(global, info);
     if (countCmd->parsed()) return runCount(global, count);
-    if (readCmd->parsed()) return runRead(global, read);
-    if (statsCmd->parsed()) return runStats(global, stats);
+    if (read.parsed()) return read.run(global);
+    if (stats.parsed()) return stats.run(global);
     if (splits.parsed()) return splits.run(global);
     return runWrite(global, write);
   });

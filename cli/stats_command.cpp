@@ -1,17 +1,21 @@
-// stats FILE: per-row-group statistics (null count, distinct count, minimum,
-// maximum) of chosen variables, from the file's footer.
-#include "commands.hpp"
+// Per-row-group statistics (null count, distinct count, minimum, maximum) in
+// the three formats.
+#include "stats_command.hpp"
+
 #include "errors.hpp"
+#include "option_values.hpp"
 #include "output.hpp"
 #include "text.hpp"
 #include "values.hpp"
 #include "variables.hpp"
 
 #include <ovparquet/core/common/MessageException.hpp>
+#include <ovparquet/core/info/ParquetInfo.hpp>
 #include <ovparquet/core/read/RowGroupParquetReader.hpp>
 #include <ovparquet/core/read/Statistics.hpp>
 
 #include <iostream>
+#include <optional>
 
 namespace ovparquet::cli {
 namespace {
@@ -23,6 +27,13 @@ struct VariableStatistics {
   core::read::Statistics stats;
 };
 
+// A variable the library gives no statistics for, and why.
+struct RefusedVariable {
+  std::string name;
+  std::string fileType;  // Arrow's text of its type: decimal128(18, 4)
+  std::string reason;
+};
+
 template <typename T>
 T element(const unique_ovarray_ptr& array, std::size_t i) {
   return ovGetTypedData<T>(array.get())[i];
@@ -30,33 +41,33 @@ T element(const unique_ovarray_ptr& array, std::size_t i) {
 
 const ovArray* cellValues(const unique_ovarray_ptr& cell) { return ovGetCell(cell.get(), 0); }
 
-}  // namespace
-
-int runStats(const GlobalOptions& global, const StatsOptions& options) {
+int showStatistics(const GlobalOptions& global, const StatsOptions& options) {
   const ustring file = toHost(options.file);
   const core::read::RowGroupParquetReader reader(file, std::vector<double>{});
   const auto names = reader.getVariableNames();
   requireVariables(options.vars, names, options.file);
   const std::vector<std::string> wanted = options.vars.empty() ? toUtf8(names) : options.vars;
 
-  // One call per variable, so that without --vars the variables whose type
-  // has no statistics can be left out instead of failing the whole file.
+  // One call per variable, so that a variable the library refuses is shown
+  // with its reason instead of failing the whole command.
   std::vector<VariableStatistics> all;
-  std::vector<std::string> without;
+  std::vector<RefusedVariable> refused;
+  std::optional<core::info::ParquetInfo> info;  // the file's types, read when first needed
+  const auto refuse = [&](const std::string& name, std::size_t index, const std::string& reason) {
+    if (!info) info.emplace(file);
+    const auto& arrowTypes = info->getArrowTypes();
+    const std::string fileType = index < arrowTypes.size() ? arrowTypes[index] : "";
+    refused.push_back({name, fileType, reason + " Its type in the file is " + fileType + "."});
+  };
   for (const auto& name : wanted) {
     const auto index = static_cast<std::int32_t>(variableIndex(names, name));
     try {
       all.push_back({name, reader.getStatistics({index})});
-    } catch (const core::common::MessageException<ORVANE::parquetio::read::UnsupportedRowFilterVariable>&) {
-      if (!options.vars.empty()) throw;
-      without.push_back(name);
-    } catch (const core::common::MessageException<ORVANE::parquetio::read::InternalUnsupportedParquetType>&) {
-      if (!options.vars.empty()) throw;
-      without.push_back(name);
+    } catch (const core::common::MessageException<ORVANE::parquetio::read::UnsupportedRowFilterVariable>& e) {
+      refuse(name, static_cast<std::size_t>(index), e.what());
+    } catch (const core::common::MessageException<ORVANE::parquetio::read::InternalUnsupportedParquetType>& e) {
+      refuse(name, static_cast<std::size_t>(index), e.what());
     }
-  }
-  if (!without.empty()) {
-    std::cerr << "Note: no statistics for " << join(without) << " (their types have no row-group statistics)\n";
   }
 
   const auto heights = reader.getRowGroupHeights();
@@ -113,6 +124,10 @@ int runStats(const GlobalOptions& global, const StatsOptions& options) {
         s["max"] = mx ? valueJson(mx, rec.rowGroup) : nlohmann::ordered_json(nullptr);
         j["statistics"].push_back(std::move(s));
       }
+      j["withoutStatistics"] = nlohmann::ordered_json::array();
+      for (const auto& r : refused) {
+        j["withoutStatistics"].push_back({{"variable", r.name}, {"fileType", r.fileType}, {"reason", r.reason}});
+      }
       writeJson(std::cout, j);
       break;
     }
@@ -128,6 +143,8 @@ int runStats(const GlobalOptions& global, const StatsOptions& options) {
                                 dc ? std::to_string(*dc) : "", csvField(mn ? valueText(mn, rec.rowGroup) : "", !mn),
                                 csvField(mx ? valueText(mx, rec.rowGroup) : "", !mx)});
       }
+      // The CSV holds statistics only; the reasons go to standard error.
+      for (const auto& r : refused) std::cerr << "Note: no statistics for " << r.name << ": " << r.reason << '\n';
       break;
     }
     case Format::Table: {
@@ -175,10 +192,24 @@ int runStats(const GlobalOptions& global, const StatsOptions& options) {
       const auto table = ovCreateTable(std::move(columns),
                                        {u"Row group", u"Variable", u"Rows", u"Nulls", u"Distinct", u"Min", u"Max"});
       writeTable(std::cout, table.get());
+      for (const auto& r : refused) std::cout << "No statistics for " << r.name << ": " << r.reason << '\n';
       break;
     }
   }
   return 0;
+}
+
+}  // namespace
+
+StatsCommand::StatsCommand(CLI::App& app) {
+  mCommand = app.add_subcommand("stats", "Per-row-group statistics: null and distinct counts, minimum, maximum");
+  mCommand->add_option("file", mOptions.file, "Parquet file")->required();
+  mCommand->add_option("--vars", mVars, "Variables (a,b); default: every variable that has statistics");
+}
+
+int StatsCommand::run(const GlobalOptions& global) {
+  if (!mVars.empty()) mOptions.vars = nameList(mVars, "--vars");
+  return showStatistics(global, mOptions);
 }
 
 }  // namespace ovparquet::cli
