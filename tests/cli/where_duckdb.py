@@ -47,6 +47,8 @@ def make_file(path):
                       pa.bool_()),
         "ts": pa.array(col([START + datetime.timedelta(minutes=7 * r) for r in range(ROWS)]), pa.timestamp("us")),
         "day": pa.array(col([(START + datetime.timedelta(hours=3 * r)).date() for r in range(ROWS)]), pa.date32()),
+        # A categorical: Parquet keeps no statistics the program uses for it.
+        "c": pa.array(col([f"c{(r * 31) % 5}" for r in range(ROWS)])).dictionary_encode(),
         "zt": pa.array(col([ZONED_START + datetime.timedelta(minutes=10 * r) for r in range(ROWS)]),
                        pa.timestamp("us", tz="America/New_York")),
     })
@@ -67,6 +69,9 @@ def literal(rnd, column):
         return v, v
     if column == "b":
         v = rnd.choice(["true", "false"])
+        return v, v
+    if column == "c":
+        v = f"'c{rnd.randrange(0, 6)}'"
         return v, v
     if column == "ts":
         t = START + datetime.timedelta(minutes=rnd.randrange(-100, 7 * ROWS + 100))
@@ -91,7 +96,7 @@ def literal(rnd, column):
     return f"'{text}'", f"'{text}'"
 
 
-COLUMNS = ["i", "d", "s", "b", "ts", "day", "zt"]
+COLUMNS = ["i", "d", "s", "b", "ts", "day", "zt", "c"]
 OPERATORS = ["=", "!=", "<", "<=", ">", ">="]
 
 
