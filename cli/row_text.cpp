@@ -106,8 +106,8 @@ std::string offsetText(std::int64_t seconds) {
   return buffer;
 }
 
-// Local times in the column's zone with their offsets; empty when Arrow
-// cannot convert (an unknown zone): the host's UTC text is used then.
+}  // namespace
+
 bool zonedTexts(const std::shared_ptr<::arrow::Array>& array, std::vector<std::string>& texts,
                 std::vector<bool>& missing) {
   const auto& type = static_cast<const ::arrow::TimestampType&>(*array->type());
@@ -134,6 +134,8 @@ bool zonedTexts(const std::shared_ptr<::arrow::Array>& array, std::vector<std::s
   }
   return true;
 }
+
+namespace {
 
 void decimalTexts(const ::arrow::Array& array, std::vector<std::string>& texts, std::vector<bool>& missing) {
   texts.resize(static_cast<std::size_t>(array.length()));

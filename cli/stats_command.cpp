@@ -5,6 +5,7 @@
 #include "errors.hpp"
 #include "option_values.hpp"
 #include "output.hpp"
+#include "row_text.hpp"
 #include "text.hpp"
 #include "values.hpp"
 #include "variables.hpp"
@@ -14,6 +15,10 @@
 #include <ovparquet/core/read/RowGroupParquetReader.hpp>
 #include <ovparquet/core/read/Statistics.hpp>
 
+#include <arrow/array/builder_primitive.h>
+#include <arrow/memory_pool.h>
+
+#include <array>
 #include <iostream>
 #include <optional>
 
@@ -40,6 +45,33 @@ T element(const unique_ovarray_ptr& array, std::size_t i) {
 }
 
 const ovArray* cellValues(const unique_ovarray_ptr& cell) { return ovGetCell(cell.get(), 0); }
+
+// Local times of a zoned datetime column in its zone with their offsets;
+// empty for other columns (or when Arrow does not know the zone).
+std::vector<std::string> zonedLocalTexts(const ovArray* values) {
+  if (values == nullptr || ovGetClassID(values) != ovClassID::Datetime || !ovGetTimeZone(values)) return {};
+  ::arrow::TimeUnit::type unit = ::arrow::TimeUnit::NANO;
+  switch (ovGetTimeUnit(values)) {
+    case ovTimeUnit::Second: unit = ::arrow::TimeUnit::SECOND; break;
+    case ovTimeUnit::Milli: unit = ::arrow::TimeUnit::MILLI; break;
+    case ovTimeUnit::Micro: unit = ::arrow::TimeUnit::MICRO; break;
+    case ovTimeUnit::Nano: break;
+    case ovTimeUnit::Day: return {};
+  }
+  ::arrow::TimestampBuilder builder(::arrow::timestamp(unit, *ovGetTimeZone(values)), ::arrow::default_memory_pool());
+  const std::size_t n = ovGetNumberOfElements(values);
+  const std::int64_t* ticks = ovGetTicks(values);
+  for (std::size_t i = 0; i < n; ++i) {
+    const auto status = ovIsMissing(values, i) ? builder.AppendNull() : builder.Append(ticks[i]);
+    if (!status.ok()) return {};
+  }
+  std::shared_ptr<::arrow::Array> array;
+  if (!builder.Finish(&array).ok()) return {};
+  std::vector<std::string> texts;
+  std::vector<bool> missing;
+  if (!zonedTexts(array, texts, missing)) return {};
+  return texts;
+}
 
 int showStatistics(const GlobalOptions& global, const StatsOptions& options) {
   const ustring file = toHost(options.file);
@@ -100,6 +132,21 @@ int showStatistics(const GlobalOptions& global, const StatsOptions& options) {
     if (values == nullptr || isMissingValue(values, rec.rowGroup)) return nullptr;
     return values;
   };
+  // Zoned time stamps as local time in their zone with the offset, as read
+  // shows them; other values as the host renders them.
+  std::vector<std::array<std::vector<std::string>, 2>> zoned(all.size());
+  for (std::size_t v = 0; v < all.size(); ++v) {
+    zoned[v][0] = zonedLocalTexts(cellValues(all[v].stats.minValues));
+    zoned[v][1] = zonedLocalTexts(cellValues(all[v].stats.maxValues));
+  }
+  const auto extremeText = [&](const Record& rec, bool maximum, const ovArray* values) {
+    const auto& texts = zoned[rec.variable][maximum ? 1 : 0];
+    return texts.empty() ? valueText(values, rec.rowGroup) : texts[rec.rowGroup];
+  };
+  const auto extremeJson = [&](const Record& rec, bool maximum, const ovArray* values) {
+    const auto& texts = zoned[rec.variable][maximum ? 1 : 0];
+    return texts.empty() ? valueJson(values, rec.rowGroup) : nlohmann::ordered_json(texts[rec.rowGroup]);
+  };
 
   switch (global.format) {
     case Format::Json: {
@@ -120,8 +167,8 @@ int showStatistics(const GlobalOptions& global, const StatsOptions& options) {
         s["distinctCount"] = dc ? nlohmann::ordered_json(*dc) : nlohmann::ordered_json(nullptr);
         const ovArray* mn = extremes(rec, false);
         const ovArray* mx = extremes(rec, true);
-        s["min"] = mn ? valueJson(mn, rec.rowGroup) : nlohmann::ordered_json(nullptr);
-        s["max"] = mx ? valueJson(mx, rec.rowGroup) : nlohmann::ordered_json(nullptr);
+        s["min"] = mn ? extremeJson(rec, false, mn) : nlohmann::ordered_json(nullptr);
+        s["max"] = mx ? extremeJson(rec, true, mx) : nlohmann::ordered_json(nullptr);
         j["statistics"].push_back(std::move(s));
       }
       j["withoutStatistics"] = nlohmann::ordered_json::array();
@@ -140,8 +187,8 @@ int showStatistics(const GlobalOptions& global, const StatsOptions& options) {
         const ovArray* mx = extremes(rec, true);
         writeCsvRow(std::cout, {std::to_string(rec.rowGroup + 1), csvField(all[rec.variable].name),
                                 std::to_string(heights[rec.rowGroup]), nc ? std::to_string(*nc) : "",
-                                dc ? std::to_string(*dc) : "", csvField(mn ? valueText(mn, rec.rowGroup) : "", !mn),
-                                csvField(mx ? valueText(mx, rec.rowGroup) : "", !mx)});
+                                dc ? std::to_string(*dc) : "", csvField(mn ? extremeText(rec, false, mn) : "", !mn),
+                                csvField(mx ? extremeText(rec, true, mx) : "", !mx)});
       }
       // The CSV holds statistics only; the reasons go to standard error.
       for (const auto& r : refused) std::cerr << "Note: no statistics for " << r.name << ": " << r.reason << '\n';
@@ -177,7 +224,7 @@ int showStatistics(const GlobalOptions& global, const StatsOptions& options) {
           if (values == nullptr) {
             builder.appendMissing();
           } else {
-            builder.appendUtf8(valueText(values, rec.rowGroup));
+            builder.appendUtf8(extremeText(rec, isMax, values));
           }
         }
       }

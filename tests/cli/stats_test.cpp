@@ -172,5 +172,22 @@ TEST(Stats, AFileWithoutRowGroups) {
   EXPECT_EQ(j["statistics"], json::array());
 }
 
+TEST(Stats, ZonedTimeStampsInTheirZoneLikeRead) {
+  // Row groups of 25 rows, each ordered in time: the minimum is the first
+  // row's time, the maximum the last's, in New York time with the offset.
+  const auto expected = parseCsv(ok({"read", fixture("pyarrow_zoned_decimal.parquet"), "--vars", "at", "--format",
+                                     "csv"}).out);
+  ASSERT_EQ(expected.size(), 101u);
+  const json j = okJson({"stats", fixture("pyarrow_zoned_decimal.parquet"), "--vars", "at", "--format", "json"});
+  ASSERT_EQ(j["statistics"].size(), 4u);
+  for (std::size_t r = 0; r < 4; ++r) {
+    EXPECT_EQ(j["statistics"][r]["min"], expected[1 + 25 * r][0]);
+    EXPECT_EQ(j["statistics"][r]["max"], expected[25 + 25 * r][0]);
+  }
+  EXPECT_EQ(j["statistics"][0]["min"], "2023-12-31T19:00:00.000000-05:00");
+  const auto csv = parseCsv(ok({"stats", fixture("pyarrow_zoned_decimal.parquet"), "--vars", "at", "--format", "csv"}).out);
+  EXPECT_EQ(csv[4][6], expected[100][0]);
+}
+
 }  // namespace
 }  // namespace ovtest
