@@ -6,6 +6,7 @@
 #include <arrow/scalar.h>
 #include <arrow/type.h>
 
+#include <algorithm>
 #include <cstdint>
 
 namespace ovparquet::cli {
@@ -146,8 +147,11 @@ __int128 instantOf(const TimeLiteral& literal, const std::optional<std::string>&
                                                         ::arrow::compute::AssumeTimezoneOptions::NONEXISTENT_RAISE);
   const auto instant = ::arrow::compute::AssumeTimezone(wall, options);
   if (!instant.ok()) {
+    // Arrow explains a skipped time over several lines; errors are one line.
+    std::string reason = instant.status().message();
+    std::replace(reason.begin(), reason.end(), '\n', ' ');
     throw CliError("WhereTypeMismatch", "Cannot read the time of the comparison with variable '" + variable +
-                                            "' in zone " + zone + ": " + instant.status().message());
+                                            "' in zone " + zone + ": " + reason);
   }
   const auto& scalar = static_cast<const ::arrow::TimestampScalar&>(*instant->scalar());
   return static_cast<__int128>(scalar.value) * kNanosPerSecond + fraction;

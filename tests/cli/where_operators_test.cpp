@@ -111,6 +111,10 @@ TEST(WhereOperators, TimeTextsAreReadInTheVariablesZoneUnlessTheyNameOne) {
   EXPECT_EQ(zonedIds("at < '2024-01-03 00:00'"), zonedIds("at < '2024-01-03T05:00Z'"));
   expectFailure(runProgram({"read", fixture("pyarrow_zoned_decimal.parquet"), "--where", "at > '2024-01-01 10:00 Mars/Base'"}),
                 1, "ORVANE:cli:WhereTypeMismatch");
+  // 02:30 does not exist in New York on 2024-03-10: one line that says so.
+  const RunResult gap = runProgram({"read", fixture("pyarrow_zoned_decimal.parquet"), "--where", "at > '2024-03-10 02:30'"});
+  expectFailure(gap, 1, "ORVANE:cli:WhereTypeMismatch");
+  EXPECT_NE(gap.err.find("America/New_York"), std::string::npos) << gap.err;
 }
 
 }  // namespace
