@@ -1,16 +1,16 @@
 // ovparquet: describe, count, read, filter and write Parquet files from the
 // command line. The command line is parsed here; each command lives in its
 // own file.
-#include "commands.hpp"
 #include "count_command.hpp"
 #include "errors.hpp"
 #include "info_command.hpp"
 #include "interrupt_watch.hpp"
-#include "option_lists.hpp"
 #include "options.hpp"
 #include "progress.hpp"
+#include "read_command.hpp"
 #include "schema_command.hpp"
 #include "splits_command.hpp"
+#include "stats_command.hpp"
 #include "text.hpp"
 #include "write_command.hpp"
 
@@ -32,7 +32,6 @@
 #include <cstdlib>
 #include <iostream>
 #include <limits>
-#include <set>
 
 #ifndef OVPARQUET_VERSION
 #define OVPARQUET_VERSION "unknown"
@@ -46,16 +45,6 @@ std::string versionText() {
          ")";
 }
 
-std::vector<std::string> nameList(const std::string& text, const std::string& option) {
-  std::vector<std::string> names = splitList(text);
-  std::set<std::string> seen;
-  for (const auto& n : names) {
-    if (n.empty()) throw usageError("InvalidOption", "Option " + option + " has an empty name in '" + text + "'.");
-    if (!seen.insert(n).second) {
-      throw usageError("InvalidOption", "Option " + option + " names '" + n + "' more than once.");
-    }
-  }
-  return names;
 }
 
 Format formatOf(const std::string& text) {
@@ -107,32 +96,8 @@ int run(int argc, char** argv) {
   SchemaCommand schema(app);
   CountCommand count(app);
 
-  // read
-  ReadOptions read;
-  std::string readVars;
-  std::string rowGroups;
-  std::string range;
-  std::optional<std::uint64_t> head;
-  auto* readCmd = app.add_subcommand("read", "Print the data of files, one after another");
-  readCmd->add_option("paths", read.paths, "Files, directories, s3 prefixes or quoted glob patterns")->required();
-  readCmd->add_option("--vars", readVars, "Variables to print, in this order (a,b,c)");
-  auto* rowGroupsOpt = readCmd->add_option("--row-groups", rowGroups, "Row groups to read, 1-based (1,3)");
-  readCmd->add_option("--range", range, "Row groups starting in the byte range OFFSET:SIZE")->excludes(rowGroupsOpt);
-  readCmd->add_option("--head", head, "Print at most N rows (in every format)")->check(CLI::NonNegativeNumber);
-  readCmd->add_option("--offset", read.offset, "Skip the first N rows (of those the filter keeps)")
-      ->check(CLI::NonNegativeNumber);
-  readCmd->add_option("--where", read.where,
-                      "Keep rows satisfying comparisons joined by 'and', e.g. \"x > 5 and name = 'abc'\"");
-  readCmd->add_option("--max-rows", read.maxRows, "Rows shown by the table format without --head (0: all)")
-      ->check(CLI::NonNegativeNumber)
-      ->default_val(20);
-
-  // stats
-  StatsOptions stats;
-  std::string statsVars;
-  auto* statsCmd = app.add_subcommand("stats", "Per-row-group statistics: null and distinct counts, minimum, maximum");
-  statsCmd->add_option("paths", stats.paths, "Files, directories, s3 prefixes or quoted glob patterns")->required();
-  statsCmd->add_option("--vars", statsVars, "Variables (a,b); default: every variable that has statistics");
+  ReadCommand read(app);
+  StatsCommand stats(app);
 
   WriteCommand write(app);
   SplitsCommand splits(app);
@@ -176,21 +141,6 @@ int run(int argc, char** argv) {
                                           "512MiB, not '" + memoryLimit + "'.");
       }
     }
-    if (!readVars.empty()) read.vars = nameList(readVars, "--vars");
-    if (!statsVars.empty()) stats.vars = nameList(statsVars, "--vars");
-    if (!rowGroups.empty()) {
-      for (const auto r : countList<std::uint64_t>(rowGroups, "--row-groups", 1)) read.rowGroups.push_back(static_cast<double>(r));
-    }
-    if (!range.empty()) {
-      const auto colon = range.find(':');
-      const auto offset = colon == std::string::npos ? std::nullopt : parseCount(trim(range.substr(0, colon)), 0, 1ull << 62);
-      const auto size = colon == std::string::npos ? std::nullopt : parseCount(trim(range.substr(colon + 1)), 0, 1ull << 62);
-      if (!offset || !size) {
-        throw usageError("InvalidOption", "Option --range needs OFFSET:SIZE in bytes, like 4:1048576, not '" + range + "'.");
-      }
-      read.range = std::make_pair(static_cast<double>(*offset), static_cast<double>(*size));
-    }
-    read.head = head;
 
     // The host services every command runs on.
     if (global.threads) orvane::setComputationalThreadCount(*global.threads);
@@ -201,8 +151,8 @@ int run(int argc, char** argv) {
     if (info.parsed()) return info.run(global);
     if (schema.parsed()) return schema.run(global);
     if (count.parsed()) return count.run(global);
-    if (readCmd->parsed()) return runRead(global, read);
-    if (statsCmd->parsed()) return runStats(global, stats);
+    if (read.parsed()) return read.run(global);
+    if (stats.parsed()) return stats.run(global);
     if (splits.parsed()) return splits.run(global);
     return write.run(global);
   });

@@ -1,8 +1,8 @@
 #include "output.hpp"
 
+#include "table_fit.hpp"
 #include "text.hpp"
 
-#include <ovparquet/host/array_text.hpp>
 
 #include <limits>
 #include <ostream>
@@ -31,10 +31,8 @@ void writeCsvRow(std::ostream& out, const std::vector<std::string>& fields) {
 }
 
 void writeTable(std::ostream& out, const ovArray* table, std::size_t maxCellWidth) {
-  ovTextOptions options;
-  options.maxRows = std::numeric_limits<std::size_t>::max();
-  options.maxCellWidth = maxCellWidth == 0 ? std::numeric_limits<std::size_t>::max() : maxCellWidth;
-  out << ovArrayToText(table, options) << '\n';
+  const std::size_t cellWidth = maxCellWidth == 0 ? std::numeric_limits<std::size_t>::max() : maxCellWidth;
+  out << fittedTableText(table, cellWidth, outputWidth()) << '\n';
 }
 
 void writeJson(std::ostream& out, const nlohmann::ordered_json& value) {

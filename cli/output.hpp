@@ -19,8 +19,9 @@ namespace ovparquet::cli {
 std::string csvField(std::string_view text, bool missing = false);
 void writeCsvRow(std::ostream& out, const std::vector<std::string>& fields);
 
-// A host table as the aligned text table (every row); cells wider than
-// maxCellWidth characters are cut, 0 keeps them whole.
+// A host table as the aligned text table (every row), fitted into the
+// output's width (table_fit.hpp); cells wider than maxCellWidth characters
+// are cut, 0 keeps them whole unless the width needs it.
 void writeTable(std::ostream& out, const ovArray* table, std::size_t maxCellWidth = 60);
 
 // Pretty JSON followed by a newline; invalid UTF-8 is replaced.

@@ -1,22 +1,27 @@
-// read PATH...: prints the data of chosen variables and row groups, optionally
-// only the rows that satisfy a --where filter.
+// read PATH...: prints the data of chosen variables and row groups of one or
+// more files, optionally only the rows that satisfy a --where filter.
 //
 // Rows stream through in batches (Arrow's record-batch reader), so a head of
 // a few rows decodes only those, and an export of a large file keeps a few
 // batches in memory. CSV and JSON text is formatted on every computational
 // thread while the next batch is read, and written in order.
+#include "read_command.hpp"
+
 #include "batch_stream.hpp"
-#include "commands.hpp"
 #include "errors.hpp"
+#include "field_paths.hpp"
 #include "file_errors.hpp"
 #include "locations.hpp"
+#include "option_values.hpp"
 #include "output.hpp"
 #include "row_text.hpp"
 #include "rows.hpp"
 #include "text.hpp"
 #include "variables.hpp"
 #include "where.hpp"
+#include "where_pruning.hpp"
 
+#include <ovparquet/core/info/ParquetInfo.hpp>
 #include <ovparquet/core/read/ParquetReader.hpp>
 #include <ovparquet/core/read/ReadBudget.hpp>
 #include <ovparquet/core/read/RowGroupParquetReader.hpp>
@@ -176,8 +181,23 @@ struct ReadState {
   std::size_t batches = 0;
 };
 
+// The output names as paths; the file's schema is read only when a name is
+// not a top-level variable.
+std::vector<FieldPath> outputPaths(const std::vector<std::string>& output, const std::vector<ustring>& fileNames,
+                                   const ustring& file, const std::string& fileText) {
+  std::vector<FieldPath> paths;
+  for (const auto& name : output) {
+    if (variableIndex(fileNames, name) < 0) {
+      const orvane::io::parquet::core::info::ParquetInfo info(file);
+      return resolveFieldPaths(output, *info.getArrowSchema(), fileText);
+    }
+    paths.push_back({name, name, {}});
+  }
+  return paths;
+}
+
 // Appends the rows of options.file.
-void readFile(const GlobalOptions& global, const ReadOptions& options, const std::vector<Condition>& conditions,
+void readFile(const GlobalOptions& global, const ReadOptions& options, const std::optional<WhereNode>& filter,
               ReadState& state) {
   const ustring file = toHost(options.file);
 
@@ -189,8 +209,7 @@ void readFile(const GlobalOptions& global, const ReadOptions& options, const std
   const std::vector<double> candidates = candidateRowGroups(options, *reader);
 
   const auto fileNames = reader->getVariableNames();
-  requireVariables(options.vars, fileNames, options.file);
-  std::vector<std::string> output = options.vars.empty() ? toUtf8(fileNames) : options.vars;
+  const std::vector<std::string> output = options.vars.empty() ? toUtf8(fileNames) : options.vars;
   if (!state.sink) {
     state.sink = std::make_unique<RowSink>(global, output);
     state.output = output;
@@ -199,19 +218,32 @@ void readFile(const GlobalOptions& global, const ReadOptions& options, const std
     throw CliError("DifferentVariables", "'" + options.file + "' has the variables " + join(output) + ", not " +
                                              join(state.output) + " as '" + state.firstFile + "' has.");
   }
-  std::vector<std::string> selection = output;
-  const auto types = reader->getVariableTypes();
-  for (const auto& c : conditions) {
-    requireVariables({c.variable}, fileNames, options.file);
-    checkComparable(types[static_cast<std::size_t>(variableIndex(fileNames, c.variable))], c);
-    if (std::find(selection.begin(), selection.end(), c.variable) == selection.end()) selection.push_back(c.variable);
+  const std::vector<FieldPath> paths = outputPaths(output, fileNames, file, options.file);
+  const bool project = reachesInside(paths);
+  // The top-level variables to read: those of the output, then the filter's.
+  std::vector<std::string> selection;
+  for (const auto& p : paths) {
+    if (std::find(selection.begin(), selection.end(), p.variable) == selection.end()) selection.push_back(p.variable);
+  }
+  std::vector<std::string> filterOnly;  // filter variables not among the output's
+  if (filter) {
+    const auto types = reader->getVariableTypes();
+    const auto filterVariables = variablesOf(*filter);
+    requireVariables(filterVariables, fileNames, options.file);
+    checkComparable(*filter, [&](const std::string& variable) {
+      return types[static_cast<std::size_t>(variableIndex(fileNames, variable))];
+    });
+    for (const auto& v : filterVariables) {
+      if (std::find(selection.begin(), selection.end(), v) == selection.end()) selection.push_back(v);
+      if (std::find(output.begin(), output.end(), v) == output.end()) filterOnly.push_back(v);
+    }
   }
 
   // Row groups that statistics prove empty are not read.
   std::vector<double> list = candidates;
-  if (!conditions.empty()) {
+  if (filter) {
     std::vector<std::string> notes;
-    const auto empty = provenEmptyRowGroups(*reader, conditions, candidates, notes);
+    const auto empty = provenEmptyRowGroups(*reader, *filter, candidates, notes);
     list.clear();
     for (std::size_t k = 0; k < candidates.size(); ++k) {
       if (!empty[k]) list.push_back(candidates[k]);
@@ -232,7 +264,7 @@ void readFile(const GlobalOptions& global, const ReadOptions& options, const std
   // --offset: whole row groups before it are not read when no filter
   // decides which rows count.
   std::uint64_t& skip = state.skip;
-  if (conditions.empty()) {
+  if (!filter) {
     std::size_t first = 0;
     while (first < list.size() && skip >= heightOf(list[first])) skip -= heightOf(list[first++]);
     list.erase(list.begin(), list.begin() + static_cast<std::ptrdiff_t>(first));
@@ -245,7 +277,7 @@ void readFile(const GlobalOptions& global, const ReadOptions& options, const std
   if (tableCut) limit = options.maxRows;
 
   std::int64_t batchRows = kBatchRows;
-  if (conditions.empty() && limit != kNoLimit) {
+  if (!filter && limit != kNoLimit) {
     batchRows = static_cast<std::int64_t>(std::clamp<std::uint64_t>(skip + limit, 1, kBatchRows));
   }
 
@@ -256,7 +288,7 @@ void readFile(const GlobalOptions& global, const ReadOptions& options, const std
   std::uint64_t seen = 0;  // rows the stream delivered
   std::size_t& batches = state.batches;
   // A filtered table view reads on to count the matching rows not shown.
-  const bool countAll = tableCut && !conditions.empty();
+  const bool countAll = tableCut && filter.has_value();
   if (limit > 0 && !groups.empty()) {
     // The stream holds one row group at a time.
     namespace read = orvane::io::parquet::core::read;
@@ -271,13 +303,14 @@ void readFile(const GlobalOptions& global, const ReadOptions& options, const std
       orvane::throwIfInterruptPending();
       auto batch = pending.get();
       if (!batch) break;
+      if (project) batch = projectBatch(batch, paths, filterOnly);
       ++batches;
       seen += static_cast<std::uint64_t>(batch->num_rows());
       auto table = ::arrow::Table::FromRecordBatches({batch});
       if (!table.ok()) throw CliError("InternalError", table.status().message());
       const unique_ovarray_ptr host = orvane::io::parquet::core::read::arrow_to_orvane(*table, file);
       const std::size_t rows = ovTableNumRows(host.get());
-      std::vector<std::size_t> kept = conditions.empty() ? rowRange(0, rows) : matchingRows(host.get(), conditions);
+      std::vector<std::size_t> kept = !filter ? rowRange(0, rows) : matchingRows(host.get(), *filter);
       const auto dropped = static_cast<std::size_t>(std::min<std::uint64_t>(skip, kept.size()));
       kept.erase(kept.begin(), kept.begin() + static_cast<std::ptrdiff_t>(dropped));
       skip -= dropped;
@@ -293,7 +326,7 @@ void readFile(const GlobalOptions& global, const ReadOptions& options, const std
       taken += kept.size();
       if (done) break;
     }
-    if (tableCut && conditions.empty()) {
+    if (tableCut && !filter) {
       // Rows not read at all are counted from the row-group heights.
       std::uint64_t total = 0;
       for (const double r : list) total += heightOf(r);
@@ -302,11 +335,10 @@ void readFile(const GlobalOptions& global, const ReadOptions& options, const std
   }
 }
 
-}  // namespace
-
 // Several files: their rows one after another, as if they were one file.
 int runRead(const GlobalOptions& global, const ReadOptions& options) {
-  const std::vector<Condition> conditions = options.where.empty() ? std::vector<Condition>{} : parseWhere(options.where);
+  const std::optional<WhereNode> filter =
+      options.where.empty() ? std::nullopt : std::optional<WhereNode>(parseWhere(options.where));
   const auto files = expandLocations(options.paths);
   if (files.size() > 1 && options.range) {
     throw usageError("InvalidOption", "Option --range is a byte range of one file; " + std::to_string(files.size()) +
@@ -317,12 +349,51 @@ int runRead(const GlobalOptions& global, const ReadOptions& options) {
   for (const auto& file : files) {
     ReadOptions one = options;
     one.file = file;
-    namingFile(file, [&] { readFile(global, one, conditions, state); });
+    namingFile(file, [&] { readFile(global, one, filter, state); });
   }
   orvane::throwIfInterruptPending();
   state.sink->finish();
   if (global.verbose) std::cerr << "read " << state.batches << " batches, " << state.taken << " rows\n";
   return 0;
+}
+
+}  // namespace
+
+ReadCommand::ReadCommand(CLI::App& app) {
+  mCommand = app.add_subcommand("read", "Print the data of files, one after another");
+  mCommand->add_option("paths", mOptions.paths, "Files, directories, s3 prefixes or quoted glob patterns")->required();
+  mCommand->add_option("--vars", mVars, "Variables to print, in this order (a,b,c); pt.x is field x of record pt");
+  auto* rowGroups = mCommand->add_option("--row-groups", mRowGroups, "Row groups to read, 1-based (1,3)");
+  mCommand->add_option("--range", mRange, "Row groups starting in the byte range OFFSET:SIZE")->excludes(rowGroups);
+  mCommand->add_option("--head", mHead, "Print at most N rows (in every format)")->check(CLI::NonNegativeNumber);
+  mCommand->add_option("--offset", mOptions.offset, "Skip the first N rows (of those the filter keeps)")
+      ->check(CLI::NonNegativeNumber);
+  mCommand->add_option("--where", mOptions.where,
+                       "Keep the rows where this is true: comparisons, in (...), is missing, with and, or, not and "
+                       "parentheses, e.g. \"(x > 5 or y in (1, 2)) and not name is missing\"");
+  mCommand->add_option("--max-rows", mOptions.maxRows, "Rows shown by the table format without --head (0: all)")
+      ->check(CLI::NonNegativeNumber)
+      ->default_val(20);
+}
+
+int ReadCommand::run(const GlobalOptions& global) {
+  if (!mVars.empty()) mOptions.vars = nameList(mVars, "--vars");
+  if (!mRowGroups.empty()) {
+    for (const auto r : countList<std::uint64_t>(mRowGroups, "--row-groups", 1)) {
+      mOptions.rowGroups.push_back(static_cast<double>(r));
+    }
+  }
+  if (!mRange.empty()) {
+    const auto colon = mRange.find(':');
+    const auto offset = colon == std::string::npos ? std::nullopt : parseCount(trim(mRange.substr(0, colon)), 0, 1ull << 62);
+    const auto size = colon == std::string::npos ? std::nullopt : parseCount(trim(mRange.substr(colon + 1)), 0, 1ull << 62);
+    if (!offset || !size) {
+      throw usageError("InvalidOption", "Option --range needs OFFSET:SIZE in bytes, like 4:1048576, not '" + mRange + "'.");
+    }
+    mOptions.range = std::make_pair(static_cast<double>(*offset), static_cast<double>(*size));
+  }
+  mOptions.head = mHead;
+  return runRead(global, mOptions);
 }
 
 }  // namespace ovparquet::cli

@@ -69,8 +69,8 @@ void appendOffset(std::string& out, std::int64_t seconds) {
   }
 }
 
-// Local times in the column's zone with their offsets; empty when Arrow
-// cannot convert (an unknown zone): the host's UTC text is used then.
+}  // namespace
+
 bool zonedTexts(const std::shared_ptr<::arrow::Array>& array, TextList& texts, std::vector<bool>& missing) {
   const auto& type = static_cast<const ::arrow::TimestampType&>(*array->type());
   const std::string zone = type.timezone();
@@ -102,6 +102,8 @@ bool zonedTexts(const std::shared_ptr<::arrow::Array>& array, TextList& texts, s
   }
   return true;
 }
+
+namespace {
 
 void decimalTexts(const ::arrow::Array& array, TextList& texts, std::vector<bool>& missing) {
   missing.assign(static_cast<std::size_t>(array.length()), false);

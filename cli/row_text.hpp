@@ -33,6 +33,11 @@ struct TextList {
   }
 };
 
+// Local times of a zoned timestamp array in its zone with their offsets
+// (2023-12-31T19:00:00-05:00); false when Arrow cannot convert (an unknown
+// zone): the host's UTC text is used then.
+bool zonedTexts(const std::shared_ptr<::arrow::Array>& array, TextList& texts, std::vector<bool>& missing);
+
 class RowTexts {
  public:
   // `table` is the host table of `batch` (same rows, same variables in the

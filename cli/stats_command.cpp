@@ -1,19 +1,29 @@
-// stats PATH...: per-row-group statistics (null count, distinct count, minimum,
-// maximum) of chosen variables, from the file's footer.
-#include "commands.hpp"
+// stats PATH...: per-row-group statistics (null count, distinct count,
+// minimum, maximum) of chosen variables, from each file's footer, in the
+// three formats.
+#include "stats_command.hpp"
+
 #include "errors.hpp"
 #include "locations.hpp"
+#include "option_values.hpp"
 #include "output.hpp"
+#include "row_text.hpp"
 #include "show_each.hpp"
 #include "text.hpp"
 #include "values.hpp"
 #include "variables.hpp"
 
 #include <ovparquet/core/common/MessageException.hpp>
+#include <ovparquet/core/info/ParquetInfo.hpp>
 #include <ovparquet/core/read/RowGroupParquetReader.hpp>
 #include <ovparquet/core/read/Statistics.hpp>
 
+#include <arrow/array/builder_primitive.h>
+#include <arrow/memory_pool.h>
+
+#include <array>
 #include <iostream>
+#include <optional>
 
 namespace ovparquet::cli {
 namespace {
@@ -25,6 +35,13 @@ struct VariableStatistics {
   core::read::Statistics stats;
 };
 
+// A variable the library gives no statistics for, and why.
+struct RefusedVariable {
+  std::string name;
+  std::string fileType;  // Arrow's text of its type: decimal128(18, 4)
+  std::string reason;
+};
+
 template <typename T>
 T element(const unique_ovarray_ptr& array, std::size_t i) {
   return ovGetTypedData<T>(array.get())[i];
@@ -32,9 +49,34 @@ T element(const unique_ovarray_ptr& array, std::size_t i) {
 
 const ovArray* cellValues(const unique_ovarray_ptr& cell) { return ovGetCell(cell.get(), 0); }
 
-}  // namespace
-
-namespace {
+// Local times of a zoned datetime column in its zone with their offsets;
+// empty for other columns (or when Arrow does not know the zone).
+std::vector<std::string> zonedLocalTexts(const ovArray* values) {
+  if (values == nullptr || ovGetClassID(values) != ovClassID::Datetime || !ovGetTimeZone(values)) return {};
+  ::arrow::TimeUnit::type unit = ::arrow::TimeUnit::NANO;
+  switch (ovGetTimeUnit(values)) {
+    case ovTimeUnit::Second: unit = ::arrow::TimeUnit::SECOND; break;
+    case ovTimeUnit::Milli: unit = ::arrow::TimeUnit::MILLI; break;
+    case ovTimeUnit::Micro: unit = ::arrow::TimeUnit::MICRO; break;
+    case ovTimeUnit::Nano: break;
+    case ovTimeUnit::Day: return {};
+  }
+  ::arrow::TimestampBuilder builder(::arrow::timestamp(unit, *ovGetTimeZone(values)), ::arrow::default_memory_pool());
+  const std::size_t n = ovGetNumberOfElements(values);
+  const std::int64_t* ticks = ovGetTicks(values);
+  for (std::size_t i = 0; i < n; ++i) {
+    const auto status = ovIsMissing(values, i) ? builder.AppendNull() : builder.Append(ticks[i]);
+    if (!status.ok()) return {};
+  }
+  std::shared_ptr<::arrow::Array> array;
+  if (!builder.Finish(&array).ok()) return {};
+  TextList local;
+  std::vector<bool> missing;
+  if (!zonedTexts(array, local, missing)) return {};
+  std::vector<std::string> texts;
+  for (std::size_t i = 0; i < local.ends.size(); ++i) texts.emplace_back(local.at(i));
+  return texts;
+}
 
 // The statistics of one file: written to standard output, or returned in JSON.
 std::optional<nlohmann::ordered_json> statsOfFile(const GlobalOptions& global, const StatsOptions& options) {
@@ -44,24 +86,26 @@ std::optional<nlohmann::ordered_json> statsOfFile(const GlobalOptions& global, c
   requireVariables(options.vars, names, options.file);
   const std::vector<std::string> wanted = options.vars.empty() ? toUtf8(names) : options.vars;
 
-  // One call per variable, so that without --vars the variables whose type
-  // has no statistics can be left out instead of failing the whole file.
+  // One call per variable, so that a variable the library refuses is shown
+  // with its reason instead of failing the whole command.
   std::vector<VariableStatistics> all;
-  std::vector<std::string> without;
+  std::vector<RefusedVariable> refused;
+  std::optional<core::info::ParquetInfo> info;  // the file's types, read when first needed
+  const auto refuse = [&](const std::string& name, std::size_t index, const std::string& reason) {
+    if (!info) info.emplace(file);
+    const auto& arrowTypes = info->getArrowTypes();
+    const std::string fileType = index < arrowTypes.size() ? arrowTypes[index] : "";
+    refused.push_back({name, fileType, reason + " Its type in the file is " + fileType + "."});
+  };
   for (const auto& name : wanted) {
     const auto index = static_cast<std::int32_t>(variableIndex(names, name));
     try {
       all.push_back({name, reader.getStatistics({index})});
-    } catch (const core::common::MessageException<ORVANE::parquetio::read::UnsupportedRowFilterVariable>&) {
-      if (!options.vars.empty()) throw;
-      without.push_back(name);
-    } catch (const core::common::MessageException<ORVANE::parquetio::read::InternalUnsupportedParquetType>&) {
-      if (!options.vars.empty()) throw;
-      without.push_back(name);
+    } catch (const core::common::MessageException<ORVANE::parquetio::read::UnsupportedRowFilterVariable>& e) {
+      refuse(name, static_cast<std::size_t>(index), e.what());
+    } catch (const core::common::MessageException<ORVANE::parquetio::read::InternalUnsupportedParquetType>& e) {
+      refuse(name, static_cast<std::size_t>(index), e.what());
     }
-  }
-  if (!without.empty()) {
-    std::cerr << "Note: no statistics for " << join(without) << " (their types have no row-group statistics)\n";
   }
 
   const auto heights = reader.getRowGroupHeights();
@@ -94,6 +138,21 @@ std::optional<nlohmann::ordered_json> statsOfFile(const GlobalOptions& global, c
     if (values == nullptr || isMissingValue(values, rec.rowGroup)) return nullptr;
     return values;
   };
+  // Zoned time stamps as local time in their zone with the offset, as read
+  // shows them; other values as the host renders them.
+  std::vector<std::array<std::vector<std::string>, 2>> zoned(all.size());
+  for (std::size_t v = 0; v < all.size(); ++v) {
+    zoned[v][0] = zonedLocalTexts(cellValues(all[v].stats.minValues));
+    zoned[v][1] = zonedLocalTexts(cellValues(all[v].stats.maxValues));
+  }
+  const auto extremeText = [&](const Record& rec, bool maximum, const ovArray* values) {
+    const auto& texts = zoned[rec.variable][maximum ? 1 : 0];
+    return texts.empty() ? valueText(values, rec.rowGroup) : texts[rec.rowGroup];
+  };
+  const auto extremeJson = [&](const Record& rec, bool maximum, const ovArray* values) {
+    const auto& texts = zoned[rec.variable][maximum ? 1 : 0];
+    return texts.empty() ? valueJson(values, rec.rowGroup) : nlohmann::ordered_json(texts[rec.rowGroup]);
+  };
 
   switch (global.format) {
     case Format::Json: {
@@ -114,9 +173,13 @@ std::optional<nlohmann::ordered_json> statsOfFile(const GlobalOptions& global, c
         s["distinctCount"] = dc ? nlohmann::ordered_json(*dc) : nlohmann::ordered_json(nullptr);
         const ovArray* mn = extremes(rec, false);
         const ovArray* mx = extremes(rec, true);
-        s["min"] = mn ? valueJson(mn, rec.rowGroup) : nlohmann::ordered_json(nullptr);
-        s["max"] = mx ? valueJson(mx, rec.rowGroup) : nlohmann::ordered_json(nullptr);
+        s["min"] = mn ? extremeJson(rec, false, mn) : nlohmann::ordered_json(nullptr);
+        s["max"] = mx ? extremeJson(rec, true, mx) : nlohmann::ordered_json(nullptr);
         j["statistics"].push_back(std::move(s));
+      }
+      j["withoutStatistics"] = nlohmann::ordered_json::array();
+      for (const auto& r : refused) {
+        j["withoutStatistics"].push_back({{"variable", r.name}, {"fileType", r.fileType}, {"reason", r.reason}});
       }
       return j;
     }
@@ -129,9 +192,11 @@ std::optional<nlohmann::ordered_json> statsOfFile(const GlobalOptions& global, c
         const ovArray* mx = extremes(rec, true);
         writeCsvRow(std::cout, {std::to_string(rec.rowGroup + 1), csvField(all[rec.variable].name),
                                 std::to_string(heights[rec.rowGroup]), nc ? std::to_string(*nc) : "",
-                                dc ? std::to_string(*dc) : "", csvField(mn ? valueText(mn, rec.rowGroup) : "", !mn),
-                                csvField(mx ? valueText(mx, rec.rowGroup) : "", !mx)});
+                                dc ? std::to_string(*dc) : "", csvField(mn ? extremeText(rec, false, mn) : "", !mn),
+                                csvField(mx ? extremeText(rec, true, mx) : "", !mx)});
       }
+      // The CSV holds statistics only; the reasons go to standard error.
+      for (const auto& r : refused) std::cerr << "Note: no statistics for " << r.name << ": " << r.reason << '\n';
       break;
     }
     case Format::Table: {
@@ -164,7 +229,7 @@ std::optional<nlohmann::ordered_json> statsOfFile(const GlobalOptions& global, c
           if (values == nullptr) {
             builder.appendMissing();
           } else {
-            builder.appendUtf8(valueText(values, rec.rowGroup));
+            builder.appendUtf8(extremeText(rec, isMax, values));
           }
         }
       }
@@ -179,13 +244,12 @@ std::optional<nlohmann::ordered_json> statsOfFile(const GlobalOptions& global, c
       const auto table = ovCreateTable(std::move(columns),
                                        {u"Row group", u"Variable", u"Rows", u"Nulls", u"Distinct", u"Min", u"Max"});
       writeTable(std::cout, table.get());
+      for (const auto& r : refused) std::cout << "No statistics for " << r.name << ": " << r.reason << '\n';
       break;
     }
   }
   return std::nullopt;
 }
-
-}  // namespace
 
 // Several files: each one's statistics in turn.
 int runStats(const GlobalOptions& global, const StatsOptions& options) {
@@ -194,6 +258,19 @@ int runStats(const GlobalOptions& global, const StatsOptions& options) {
     one.file = file;
     return statsOfFile(global, one);
   });
+}
+
+}  // namespace
+
+StatsCommand::StatsCommand(CLI::App& app) {
+  mCommand = app.add_subcommand("stats", "Per-row-group statistics: null and distinct counts, minimum, maximum");
+  mCommand->add_option("paths", mOptions.paths, "Files, directories, s3 prefixes or quoted glob patterns")->required();
+  mCommand->add_option("--vars", mVars, "Variables (a,b); default: every variable that has statistics");
+}
+
+int StatsCommand::run(const GlobalOptions& global) {
+  if (!mVars.empty()) mOptions.vars = nameList(mVars, "--vars");
+  return runStats(global, mOptions);
 }
 
 }  // namespace ovparquet::cli

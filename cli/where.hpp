@@ -1,74 +1,45 @@
-// Row filters of "read --where": comparisons of a variable with a literal,
-// joined by "and", for example
+// Evaluating a --where expression (where_expression.hpp) on the rows of host
+// tables.
 //
-//   temperature > 30 and station = 'Oslo' and time >= '2024-06-01'
-//
-// Operators: = (also ==), != (also <>), <, <=, >, >=. Literals: numbers,
-// single-quoted texts ('it''s' for a quote), true and false. Variable names
-// are bare words or written in double quotes ("my var"). Texts compare with
-// text variables and categoricals (by code point, as Parquet orders them);
-// with datetime variables a text is an ISO 8601 date or time stamp
-// ('2024-06-01', '2024-06-01T12:00:00.5Z', '2024-06-01 12:00+02:00'; UTC when
-// no offset is given), and with duration variables a time of day
+// Texts compare with text variables and categoricals (by code point, as
+// Parquet orders them); with datetime variables a text is an ISO 8601 date or
+// time stamp (time_literal.hpp), and with duration variables a time of day
 // ('12:30:00') or a number of seconds.
-//
-// A comparison with a missing value (or NaN) is false, whatever the
-// operator. Row groups whose statistics prove that no row can match are
-// skipped without being read.
 #pragma once
 
-#include <ovparquet/core/read/RowGroupParquetReader.hpp>
+#include "where_expression.hpp"
+
 #include <ovparquet/host/array.hpp>
 
 #include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace ovparquet::cli {
 
-enum class CompareOp { Eq, Ne, Lt, Le, Gt, Ge };
+// Checks, before anything is read, that every literal can be compared with
+// its variable; `hostTypeOf` gives a variable's host type ("double",
+// "string", ...). Raises a CliError naming both otherwise. Types that cannot
+// be compared at all (lists, records) pass here: the statistics refuse them.
+template <typename TypeOf>
+void checkComparable(const WhereNode& node, const TypeOf& hostTypeOf);
+void checkComparable(const std::string& hostType, const std::string& variable, const Literal& literal);
 
-struct Literal {
-  enum class Kind { Number, Text, Boolean };
-  Kind kind = Kind::Number;
-  // Numbers as written; texts unquoted.
-  std::string text;
-  long double number = 0;
-  bool boolean = false;
-};
-
-struct Condition {
-  std::string variable;  // UTF-8
-  CompareOp op = CompareOp::Eq;
-  Literal literal;
-  // "x > 5", for messages.
-  std::string describe() const;
-};
-
-// Parses the expression; a syntax error is a usage error.
-std::vector<Condition> parseWhere(std::string_view expression);
-
-// Checks, before anything is read, that the literal of `condition` can be
-// compared with a variable of this host type ("double", "string", ...);
-// raises a CliError naming both otherwise. Types that cannot be compared at
-// all (lists, records) pass here: the statistics refuse them.
-void checkComparable(const std::string& hostType, const Condition& condition);
+// Whether a host type can be compared with literals at all.
+bool isComparableType(const std::string& hostType);
 
 // Compares the elements of one host column (flat, N-by-1) with a literal.
 class ValueMatcher {
  public:
-  ValueMatcher(const ovArray* column, const Condition& condition);
+  ValueMatcher(const ovArray* column, const std::string& variable, const Literal& literal);
 
   // How element i compares with the literal: unordered when missing or NaN.
   std::partial_ordering compare(std::size_t i) const;
-  bool matches(std::size_t i) const;
 
  private:
   const ovArray* mColumn;
-  CompareOp mOp;
   ovClassID mClass;
   long double mNumber = 0;
   std::u16string mText;
@@ -76,16 +47,20 @@ class ValueMatcher {
   __int128 mNanosPerTick = 1;
 };
 
-// The rows (0-based) of a host table that satisfy every condition. Each
-// condition's variable must be a variable of the table.
-std::vector<std::size_t> matchingRows(const ovArray* table, const std::vector<Condition>& conditions);
+// Whether `order` (of a value against the literal) satisfies `op`.
+bool satisfied(CompareOp op, std::partial_ordering order);
 
-// For each candidate row group (1-based numbers), whether the statistics of
-// the conditions' variables prove that none of its rows match. Variables of
-// a type the statistics do not cover (categoricals, decimals) prune nothing;
-// a note for each is appended to `notes`.
-std::vector<bool> provenEmptyRowGroups(const orvane::io::parquet::core::read::ParquetReader& reader,
-                                       const std::vector<Condition>& conditions,
-                                       const std::vector<double>& candidates, std::vector<std::string>& notes);
+// The rows (0-based) of a host table for which the expression is true.
+// Every variable it names must be a variable of the table.
+std::vector<std::size_t> matchingRows(const ovArray* table, const WhereNode& expression);
+
+template <typename TypeOf>
+void checkComparable(const WhereNode& node, const TypeOf& hostTypeOf) {
+  if (node.kind == WhereNode::Kind::Compare || node.kind == WhereNode::Kind::In) {
+    const std::string type = hostTypeOf(node.variable);
+    for (const auto& literal : node.literals) checkComparable(type, node.variable, literal);
+  }
+  for (const auto& child : node.children) checkComparable(child, hostTypeOf);
+}
 
 }  // namespace ovparquet::cli

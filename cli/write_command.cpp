@@ -3,7 +3,7 @@
 #include "write_command.hpp"
 
 #include "errors.hpp"
-#include "option_lists.hpp"
+#include "option_values.hpp"
 #include "output.hpp"
 #include "output_target.hpp"
 #include "progress.hpp"

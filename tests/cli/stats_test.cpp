@@ -96,7 +96,9 @@ TEST(Stats, JsonEqualsTheLibraryOnPeerFiles) {
   const RunResult all = ok({"stats", duck, "--format", "json"});
   const json d = json::parse(all.out);
   EXPECT_EQ(d["variables"], json({"id", "label", "maybe"}));
-  EXPECT_NE(all.err.find("value"), std::string::npos) << all.err;
+  ASSERT_EQ(d["withoutStatistics"].size(), 1u);
+  EXPECT_EQ(d["withoutStatistics"][0]["variable"], "value");
+  EXPECT_EQ(d["withoutStatistics"][0]["fileType"].get<std::string>().rfind("decimal128(", 0), 0u);
   expectEqualsLibrary(duck, d, "id", 0);
   expectEqualsLibrary(duck, d, "label", 2);
   expectEqualsLibrary(duck, d, "maybe", 3);
@@ -115,19 +117,32 @@ TEST(Stats, OurOwnFile) {
   EXPECT_EQ(j["statistics"][1]["max"], 59999);
 }
 
-TEST(Stats, WithoutVarsTheVariablesWithoutStatisticsAreLeftOut) {
+TEST(Stats, VariablesWithoutStatisticsAreShownWithTheLibrarysReason) {
   const RunResult r = ok({"stats", fixture("pyarrow_nested.parquet"), "--format", "json"});
   const json j = json::parse(r.out);
   EXPECT_EQ(j["variables"], json({"when", "größe"}));
-  EXPECT_NE(r.err.find("tags, point, attrs"), std::string::npos) << r.err;
+  ASSERT_EQ(j["withoutStatistics"].size(), 3u);
+  EXPECT_EQ(j["withoutStatistics"][0]["variable"], "tags");
+  EXPECT_EQ(j["withoutStatistics"][0]["fileType"], "list<element: string>");
+  EXPECT_EQ(j["withoutStatistics"][0]["reason"],
+            "Variable 'tags' of type cell cannot be used to filter rows. Its type in the file is "
+            "list<element: string>.");
+  EXPECT_EQ(j["withoutStatistics"][1]["variable"], "point");
+  EXPECT_EQ(j["withoutStatistics"][2]["variable"], "attrs");
 }
 
-TEST(Stats, AskingForAVariableWithoutStatisticsIsAnError) {
-  const RunResult r = runProgram({"stats", fixture("pyarrow_nested.parquet"), "--vars", "when,tags"});
-  expectFailure(r, 1, "ORVANE:parquetio:read:UnsupportedRowFilterVariable");
-  EXPECT_EQ(r.err,
-            "ORVANE:parquetio:read:UnsupportedRowFilterVariable: Variable 'tags' of type cell cannot be used to "
-            "filter rows.\n");
+TEST(Stats, AskingForAVariableWithoutStatisticsShowsWhyInsteadOfFailing) {
+  // The table: the statistics of the others, then one line per refused variable.
+  const RunResult r = ok({"stats", fixture("pyarrow_zoned_decimal.parquet"), "--vars", "amount,id"});
+  EXPECT_NE(r.out.find("No statistics for amount: Variable 'amount' of type double cannot be used to filter rows. "
+                       "Its type in the file is decimal128(18, 4)."),
+            std::string::npos)
+      << r.out;
+  EXPECT_EQ(lines(r.out).size(), 2u + 4u + 1u) << r.out;  // header, 4 row groups of id, the reason
+  // CSV keeps to statistics; the reason goes to standard error.
+  const RunResult csv = ok({"stats", fixture("pyarrow_zoned_decimal.parquet"), "--vars", "amount", "--format", "csv"});
+  EXPECT_EQ(lines(csv.out).size(), 1u);
+  EXPECT_NE(csv.err.find("decimal128(18, 4)"), std::string::npos) << csv.err;
 }
 
 TEST(Stats, CsvAndTable) {
@@ -155,6 +170,23 @@ TEST(Stats, AFileWithoutRowGroups) {
   const json j = okJson({"stats", fixture("pyarrow_empty.parquet"), "--format", "json"});
   EXPECT_EQ(j["numRowGroups"], 0);
   EXPECT_EQ(j["statistics"], json::array());
+}
+
+TEST(Stats, ZonedTimeStampsInTheirZoneLikeRead) {
+  // Row groups of 25 rows, each ordered in time: the minimum is the first
+  // row's time, the maximum the last's, in New York time with the offset.
+  const auto expected = parseCsv(ok({"read", fixture("pyarrow_zoned_decimal.parquet"), "--vars", "at", "--format",
+                                     "csv"}).out);
+  ASSERT_EQ(expected.size(), 101u);
+  const json j = okJson({"stats", fixture("pyarrow_zoned_decimal.parquet"), "--vars", "at", "--format", "json"});
+  ASSERT_EQ(j["statistics"].size(), 4u);
+  for (std::size_t r = 0; r < 4; ++r) {
+    EXPECT_EQ(j["statistics"][r]["min"], expected[1 + 25 * r][0]);
+    EXPECT_EQ(j["statistics"][r]["max"], expected[25 + 25 * r][0]);
+  }
+  EXPECT_EQ(j["statistics"][0]["min"], "2023-12-31T19:00:00.000000-05:00");
+  const auto csv = parseCsv(ok({"stats", fixture("pyarrow_zoned_decimal.parquet"), "--vars", "at", "--format", "csv"}).out);
+  EXPECT_EQ(csv[4][6], expected[100][0]);
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
-// Whole numbers and lists of them in option values, shared by commands.
+// Option values that CLI11 takes as text: whole numbers and comma lists of
+// names or numbers, checked with messages that name the option.
 #pragma once
 
 #include "errors.hpp"
@@ -15,8 +16,10 @@ namespace ovparquet::cli {
 // A whole number in [minimum, maximum], written in decimal.
 std::optional<std::uint64_t> parseCount(const std::string& text, std::uint64_t minimum, std::uint64_t maximum);
 
-// "1,2,3": whole numbers of at least `minimum`; a usage error naming
-// `option` otherwise.
+// "a,b,c": names, none empty or repeated (usage errors otherwise).
+std::vector<std::string> nameList(const std::string& text, const std::string& option);
+
+// "1,3,5": whole numbers of at least `minimum`.
 template <typename T>
 std::vector<T> countList(const std::string& text, const std::string& option, std::uint64_t minimum) {
   std::vector<T> values;
