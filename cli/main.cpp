@@ -45,8 +45,6 @@ std::string versionText() {
          ")";
 }
 
-}
-
 Format formatOf(const std::string& text) {
   if (text == "json" || text == "ndjson") return Format::Json;
   if (text == "csv") return Format::Csv;
