@@ -14,6 +14,24 @@ namespace ovparquet::cli {
 
 namespace info = orvane::io::parquet::core::info;
 
+namespace {
+
+// The folder (up to and including a '/') that every name starts with; the
+// table shows the names below it, so that a narrow terminal cuts no file name.
+std::string commonFolder(const std::vector<std::string>& names) {
+  if (names.size() < 2) return {};
+  std::string prefix = names.front();
+  for (const auto& name : names) {
+    std::size_t same = 0;
+    while (same < prefix.size() && same < name.size() && prefix[same] == name[same]) ++same;
+    prefix.resize(same);
+  }
+  const auto slash = prefix.rfind('/');
+  return slash == std::string::npos ? std::string() : prefix.substr(0, slash + 1);
+}
+
+}  // namespace
+
 int showFileList(const GlobalOptions& global, const std::vector<std::string>& files) {
   const auto outcomes = runPerFile<info::FileSummary>(
       files, false, "Reading footers", [](const std::string& file) { return info::readFileSummary(toHost(file)); });
@@ -60,9 +78,13 @@ int showFileList(const GlobalOptions& global, const std::vector<std::string>& fi
                                 std::to_string(rowGroups[i]), std::to_string(variables[i]), std::to_string(bytes[i])});
       }
       break;
-    case Format::Table:
+    case Format::Table: {
+      const std::string folder = commonFolder(names);
+      std::vector<std::string> shown;
+      for (const auto& name : names) shown.push_back(name.substr(folder.size()));
+      if (!folder.empty()) std::cout << "In " << folder << '\n';
       TableBuilder()
-          .text("File", names)
+          .text("File", shown)
           .numbers("Rows", rows)
           .numbers("Row groups", rowGroups)
           .numbers("Variables", variables)
@@ -74,6 +96,7 @@ int showFileList(const GlobalOptions& global, const std::vector<std::string>& fi
                 << humanBytes(sum(bytes)) << " in " << groupedNumber(static_cast<std::int64_t>(names.size()))
                 << (names.size() == 1 ? " file" : " files") << '\n';
       break;
+    }
   }
   return reportFailures(outcomes);
 }
