@@ -199,7 +199,7 @@ TEST(InfoPages, TheDecodedPageIndexIsThePagesTheFileWasWrittenWith) {
         for (std::int64_t i = lo; i <= hi; ++i) nulls += i % 7 == 0;
         const std::int64_t min = lo % 7 == 0 ? lo + 1 : lo;
         const std::int64_t max = hi % 7 == 0 ? hi - 1 : hi;
-        char text[16];
+        char text[32];
         EXPECT_EQ(page["nullCount"], nulls);
         std::snprintf(text, sizeof text, "v%04lld", static_cast<long long>(min));
         EXPECT_EQ(page["min"], text);
