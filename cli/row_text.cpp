@@ -91,7 +91,7 @@ bool zonedTexts(const std::shared_ptr<::arrow::Array>& array, TextList& texts, s
       continue;
     }
     const std::int64_t localTicks = wall.Value(i);
-    appendDatetimeText(texts.bytes, localTicks, hostUnit(type.unit()), false);
+    ovAppendDatetimeText(texts.bytes, localTicks, hostUnit(type.unit()), false);
     const std::int64_t offset = (localTicks - utc.Value(i)) / perSecond;
     if (utcZone && offset == 0) {
       texts.bytes += 'Z';
@@ -215,7 +215,7 @@ void RowTexts::appendCsvValue(std::string& out, std::string& scratch, const Colu
       appendCsvText(out, scratch);
       return;
     case Kind::Datetime:
-      appendDatetimeText(out, static_cast<const std::int64_t*>(column.values)[row], column.unit, column.instant);
+      ovAppendDatetimeText(out, static_cast<const std::int64_t*>(column.values)[row], column.unit, column.instant);
       return;
     case Kind::Categorical: {
       const std::int32_t code = static_cast<const std::int32_t*>(column.values)[row];
@@ -274,7 +274,7 @@ void RowTexts::appendJsonValue(std::string& out, std::string& scratch, const Col
       return;
     case Kind::Datetime:
       out += '"';
-      appendDatetimeText(out, static_cast<const std::int64_t*>(column.values)[row], column.unit, column.instant);
+      ovAppendDatetimeText(out, static_cast<const std::int64_t*>(column.values)[row], column.unit, column.instant);
       out += '"';
       return;
     case Kind::Categorical: {

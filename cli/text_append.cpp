@@ -7,14 +7,6 @@
 namespace ovparquet::cli {
 namespace {
 
-constexpr std::int64_t kTicksPerSecond[] = {1, 1000, 1000000, 1000000000};
-constexpr int kFractionDigits[] = {0, 3, 6, 9};
-
-std::int64_t floorDiv(std::int64_t a, std::int64_t b) {
-  const std::int64_t q = a / b;
-  return (a % b != 0 && ((a < 0) != (b < 0))) ? q - 1 : q;
-}
-
 // `value` in exactly `digits` decimal digits (value < 10^digits).
 void appendDigits(std::string& out, std::int64_t value, int digits) {
   char buffer[24];
@@ -23,30 +15,6 @@ void appendDigits(std::string& out, std::int64_t value, int digits) {
     value /= 10;
   }
   out.append(buffer, static_cast<std::size_t>(digits));
-}
-
-// Proleptic Gregorian date of a day count from 1970-01-01.
-void appendDate(std::string& out, std::int64_t days) {
-  const std::int64_t z = days + 719468;
-  const std::int64_t era = floorDiv(z, 146097);
-  const std::int64_t doe = z - era * 146097;
-  const std::int64_t yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-  const std::int64_t doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-  const std::int64_t mp = (5 * doy + 2) / 153;
-  const std::int64_t day = doy - (153 * mp + 2) / 5 + 1;
-  const std::int64_t month = mp < 10 ? mp + 3 : mp - 9;
-  const std::int64_t year = yoe + era * 400 + (month <= 2 ? 1 : 0);
-  if (year < 0) out += '-';
-  const std::int64_t absYear = year < 0 ? -year : year;
-  if (absYear < 10000) {
-    appendDigits(out, absYear, 4);
-  } else {
-    appendNumber(out, absYear);
-  }
-  out += '-';
-  appendDigits(out, month, 2);
-  out += '-';
-  appendDigits(out, day, 2);
 }
 
 int decimalDigits(std::uint64_t value) {
@@ -135,36 +103,6 @@ void appendJsonString(std::string& out, std::string_view text) {
   }
   out.append(text.data() + plain, text.size() - plain);
   out += '"';
-}
-
-void appendDatetimeText(std::string& out, std::int64_t ticks, ovTimeUnit unit, bool instant) {
-  if (unit == ovTimeUnit::Day) {
-    // Day counts this large are past any calendar worth printing.
-    if (ticks > (std::int64_t{1} << 50) || ticks < -(std::int64_t{1} << 50)) {
-      out += "<out of range>";
-    } else {
-      appendDate(out, ticks);
-    }
-    return;
-  }
-  const auto u = static_cast<std::size_t>(unit);
-  const std::int64_t perSecond = kTicksPerSecond[u];
-  const std::int64_t seconds = floorDiv(ticks, perSecond);
-  const std::int64_t fraction = ticks - seconds * perSecond;
-  const std::int64_t days = floorDiv(seconds, 86400);
-  const std::int64_t secondOfDay = seconds - days * 86400;
-  appendDate(out, days);
-  out += 'T';
-  appendDigits(out, secondOfDay / 3600, 2);
-  out += ':';
-  appendDigits(out, secondOfDay / 60 % 60, 2);
-  out += ':';
-  appendDigits(out, secondOfDay % 60, 2);
-  if (kFractionDigits[u] > 0) {
-    out += '.';
-    appendDigits(out, fraction, kFractionDigits[u]);
-  }
-  if (instant) out += 'Z';
 }
 
 }  // namespace ovparquet::cli

@@ -29,9 +29,5 @@ void appendCsvText(std::string& out, std::string_view text);
 // A JSON string with its quotes.
 void appendJsonString(std::string& out, std::string_view text);
 
-// What the host's datetime text says for these ticks (a date for the day
-// unit; "YYYY-MM-DDTHH:MM:SS" and the unit's fraction digits otherwise,
-// with "Z" for an instant), without the zone's name.
-void appendDatetimeText(std::string& out, std::int64_t ticks, ovTimeUnit unit, bool instant);
 
 }  // namespace ovparquet::cli

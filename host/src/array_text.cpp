@@ -87,6 +87,7 @@ std::string quotedText(std::u16string_view text, char quote) {
   return out;
 }
 
+constexpr const char* kOutOfRange = "<out of range>";
 constexpr std::int64_t kTicksPerSecond[] = {1, 1000, 1000000, 1000000000};
 constexpr int kFractionDigits[] = {0, 3, 6, 9};
 
@@ -95,8 +96,18 @@ std::int64_t floorDiv(std::int64_t a, std::int64_t b) {
   return (a % b != 0 && ((a < 0) != (b < 0))) ? q - 1 : q;
 }
 
+// `value` in exactly `digits` decimal digits (0 <= value < 10^digits).
+void appendDigits(std::string& out, std::int64_t value, int digits) {
+  char buffer[24];
+  for (int i = digits - 1; i >= 0; --i) {
+    buffer[i] = static_cast<char>('0' + value % 10);
+    value /= 10;
+  }
+  out.append(buffer, static_cast<std::size_t>(digits));
+}
+
 // Proleptic Gregorian date of a day count from 1970-01-01.
-std::string dateText(std::int64_t days) {
+void appendDate(std::string& out, std::int64_t days) {
   const std::int64_t z = days + 719468;
   const std::int64_t era = floorDiv(z, 146097);
   const std::int64_t doe = z - era * 146097;
@@ -106,41 +117,24 @@ std::string dateText(std::int64_t days) {
   const std::int64_t day = doy - (153 * mp + 2) / 5 + 1;
   const std::int64_t month = mp < 10 ? mp + 3 : mp - 9;
   const std::int64_t year = yoe + era * 400 + (month <= 2 ? 1 : 0);
-  char buffer[96];
-  std::snprintf(buffer, sizeof buffer, "%s%04lld-%02lld-%02lld", year < 0 ? "-" : "",
-                static_cast<long long>(year < 0 ? -year : year), static_cast<long long>(month),
-                static_cast<long long>(day));
-  return buffer;
+  if (year < 0) out += '-';
+  const std::int64_t absYear = year < 0 ? -year : year;
+  if (absYear < 10000) {
+    appendDigits(out, absYear, 4);
+  } else {
+    out += std::to_string(absYear);
+  }
+  out += '-';
+  appendDigits(out, month, 2);
+  out += '-';
+  appendDigits(out, day, 2);
 }
 
 std::string datetimeText(std::int64_t ticks, ovTimeUnit unit,
                          const std::optional<std::string>& zone, bool zoneName = true) {
   std::string text;
-  if (unit == ovTimeUnit::Day) {
-    // Day counts this large are past any calendar worth printing.
-    if (ticks > (std::int64_t{1} << 50) || ticks < -(std::int64_t{1} << 50)) return "<out of range>";
-    text = dateText(ticks);
-  } else {
-    const auto u = static_cast<std::size_t>(unit);
-    const std::int64_t perSecond = kTicksPerSecond[u];
-    const std::int64_t seconds = floorDiv(ticks, perSecond);
-    const std::int64_t fraction = ticks - seconds * perSecond;
-    const std::int64_t days = floorDiv(seconds, 86400);
-    const std::int64_t secondOfDay = seconds - days * 86400;
-    char clock[96];
-    std::snprintf(clock, sizeof clock, "T%02lld:%02lld:%02lld",
-                  static_cast<long long>(secondOfDay / 3600),
-                  static_cast<long long>(secondOfDay / 60 % 60),
-                  static_cast<long long>(secondOfDay % 60));
-    text = dateText(days) + clock;
-    if (kFractionDigits[u] > 0) {
-      char digits[32];
-      std::snprintf(digits, sizeof digits, ".%0*lld", kFractionDigits[u],
-                    static_cast<long long>(fraction));
-      text += digits;
-    }
-    if (zone) text += 'Z';
-  }
+  ovAppendDatetimeText(text, ticks, unit, zone.has_value());
+  if (unit == ovTimeUnit::Day && text == kOutOfRange) return text;
   if (zone && zoneName) text += "[" + *zone + "]";
   return text;
 }
@@ -471,6 +465,36 @@ class Renderer {
 };
 
 }  // namespace
+
+void ovAppendDatetimeText(std::string& out, std::int64_t ticks, ovTimeUnit unit, bool instant) {
+  if (unit == ovTimeUnit::Day) {
+    // Day counts this large are past any calendar worth printing.
+    if (ticks > (std::int64_t{1} << 50) || ticks < -(std::int64_t{1} << 50)) {
+      out += kOutOfRange;
+    } else {
+      appendDate(out, ticks);
+    }
+    return;
+  }
+  const auto u = static_cast<std::size_t>(unit);
+  const std::int64_t perSecond = kTicksPerSecond[u];
+  const std::int64_t seconds = floorDiv(ticks, perSecond);
+  const std::int64_t fraction = ticks - seconds * perSecond;
+  const std::int64_t days = floorDiv(seconds, 86400);
+  const std::int64_t secondOfDay = seconds - days * 86400;
+  appendDate(out, days);
+  out += 'T';
+  appendDigits(out, secondOfDay / 3600, 2);
+  out += ':';
+  appendDigits(out, secondOfDay / 60 % 60, 2);
+  out += ':';
+  appendDigits(out, secondOfDay % 60, 2);
+  if (kFractionDigits[u] > 0) {
+    out += '.';
+    appendDigits(out, fraction, kFractionDigits[u]);
+  }
+  if (instant) out += 'Z';
+}
 
 std::string ovDatetimeText(std::int64_t ticks, ovTimeUnit unit, const std::optional<std::string>& zone,
                            bool zoneName) {

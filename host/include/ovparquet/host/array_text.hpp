@@ -56,6 +56,9 @@ std::string ovArrayToText(const ovArray* array, const ovTextOptions& options = {
 // followed by "[zone]" when `zoneName`.
 std::string ovDatetimeText(std::int64_t ticks, ovTimeUnit unit, const std::optional<std::string>& zone,
                            bool zoneName = true);
+// The same without the zone's name, appended to `out` without building a
+// string: the inner loop of text exports. `instant` adds the "Z".
+void ovAppendDatetimeText(std::string& out, std::int64_t ticks, ovTimeUnit unit, bool instant);
 // One duration element in seconds, exactly ("1.5s", "-0.000000001s").
 std::string ovDurationText(std::int64_t ticks, ovTimeUnit unit);
 // The one-line inline form of any array (tables included, as records).
