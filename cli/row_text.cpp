@@ -185,6 +185,60 @@ void RowTexts::classify(Column& column) {
   column.values = ovGetData(c);
 }
 
+namespace {
+
+// How CSV and JSON differ for the typed values: how a text is written (a
+// datetime is a text too) and what stands for NaN and the infinities.
+struct CsvStyle {
+  static void text(std::string& out, std::string_view text) { appendCsvText(out, text); }
+  static void nonFinite(std::string& out, double value) { out += doubleText(value); }
+  static constexpr char kQuote[] = "";
+};
+
+struct JsonStyle {
+  static void text(std::string& out, std::string_view text) { appendJsonString(out, text); }
+  static void nonFinite(std::string& out, double) { out += "null"; }
+  static constexpr char kQuote[] = "\"";
+};
+
+}  // namespace
+
+template <typename Style>
+void RowTexts::appendTypedValue(std::string& out, std::string& scratch, const Column& column, std::size_t row) {
+  switch (column.kind) {
+    case Kind::Double: {
+      const double value = static_cast<const double*>(column.values)[row];
+      if (std::isfinite(value)) {
+        appendDouble(out, value);
+      } else {
+        Style::nonFinite(out, value);
+      }
+      return;
+    }
+    case Kind::Int64: appendNumber(out, static_cast<const std::int64_t*>(column.values)[row]); return;
+    case Kind::Int32: appendNumber(out, static_cast<const std::int32_t*>(column.values)[row]); return;
+    case Kind::Logical: out += static_cast<const bool*>(column.values)[row] ? "true" : "false"; return;
+    case Kind::String:
+      scratch.clear();
+      orvane::append_utf16_replacing(ovGetStringView(column.host, row), scratch);
+      Style::text(out, scratch);
+      return;
+    case Kind::Datetime:
+      // Digits, dashes, colons and a point: no character needs escaping.
+      out += Style::kQuote;
+      ovAppendDatetimeText(out, static_cast<const std::int64_t*>(column.values)[row], column.unit, column.instant);
+      out += Style::kQuote;
+      return;
+    case Kind::Categorical: {
+      const std::int32_t code = static_cast<const std::int32_t*>(column.values)[row];
+      const bool defined = code >= 0 && static_cast<std::size_t>(code) < column.texts.ends.size();
+      Style::text(out, defined ? column.texts.at(static_cast<std::size_t>(code)) : std::string_view("<undefined>"));
+      return;
+    }
+    default: return;
+  }
+}
+
 void RowTexts::appendCsvValue(std::string& out, std::string& scratch, const Column& column, std::size_t row) const {
   switch (column.kind) {
     case Kind::Exact:
@@ -195,39 +249,7 @@ void RowTexts::appendCsvValue(std::string& out, std::string& scratch, const Colu
       return;
     default: break;
   }
-  if (column.missingAt(row)) return;
-  switch (column.kind) {
-    case Kind::Double: {
-      const double value = static_cast<const double*>(column.values)[row];
-      if (std::isfinite(value)) {
-        appendDouble(out, value);
-      } else {
-        out += doubleText(value);
-      }
-      return;
-    }
-    case Kind::Int64: appendNumber(out, static_cast<const std::int64_t*>(column.values)[row]); return;
-    case Kind::Int32: appendNumber(out, static_cast<const std::int32_t*>(column.values)[row]); return;
-    case Kind::Logical: out += static_cast<const bool*>(column.values)[row] ? "true" : "false"; return;
-    case Kind::String:
-      scratch.clear();
-      orvane::append_utf16_replacing(ovGetStringView(column.host, row), scratch);
-      appendCsvText(out, scratch);
-      return;
-    case Kind::Datetime:
-      ovAppendDatetimeText(out, static_cast<const std::int64_t*>(column.values)[row], column.unit, column.instant);
-      return;
-    case Kind::Categorical: {
-      const std::int32_t code = static_cast<const std::int32_t*>(column.values)[row];
-      if (code < 0 || static_cast<std::size_t>(code) >= column.texts.ends.size()) {
-        out += "<undefined>";
-      } else {
-        appendCsvText(out, column.texts.at(static_cast<std::size_t>(code)));
-      }
-      return;
-    }
-    default: return;
-  }
+  if (!column.missingAt(row)) appendTypedValue<CsvStyle>(out, scratch, column, row);
 }
 
 void RowTexts::appendJsonValue(std::string& out, std::string& scratch, const Column& column, std::size_t row) const {
@@ -254,40 +276,7 @@ void RowTexts::appendJsonValue(std::string& out, std::string& scratch, const Col
     out += "null";
     return;
   }
-  switch (column.kind) {
-    case Kind::Double: {
-      const double value = static_cast<const double*>(column.values)[row];
-      if (std::isfinite(value)) {
-        appendDouble(out, value);
-      } else {
-        out += "null";
-      }
-      return;
-    }
-    case Kind::Int64: appendNumber(out, static_cast<const std::int64_t*>(column.values)[row]); return;
-    case Kind::Int32: appendNumber(out, static_cast<const std::int32_t*>(column.values)[row]); return;
-    case Kind::Logical: out += static_cast<const bool*>(column.values)[row] ? "true" : "false"; return;
-    case Kind::String:
-      scratch.clear();
-      orvane::append_utf16_replacing(ovGetStringView(column.host, row), scratch);
-      appendJsonString(out, scratch);
-      return;
-    case Kind::Datetime:
-      out += '"';
-      ovAppendDatetimeText(out, static_cast<const std::int64_t*>(column.values)[row], column.unit, column.instant);
-      out += '"';
-      return;
-    case Kind::Categorical: {
-      const std::int32_t code = static_cast<const std::int32_t*>(column.values)[row];
-      if (code < 0 || static_cast<std::size_t>(code) >= column.texts.ends.size()) {
-        out += "\"<undefined>\"";
-      } else {
-        appendJsonString(out, column.texts.at(static_cast<std::size_t>(code)));
-      }
-      return;
-    }
-    default: return;
-  }
+  appendTypedValue<JsonStyle>(out, scratch, column, row);
 }
 
 void RowTexts::appendCsv(std::string& out, const std::vector<std::size_t>& rows, std::size_t begin,

@@ -76,6 +76,10 @@ class RowTexts {
   static void classify(Column& column);
   void appendCsvValue(std::string& out, std::string& scratch, const Column& column, std::size_t row) const;
   void appendJsonValue(std::string& out, std::string& scratch, const Column& column, std::size_t row) const;
+  // A present value of the typed kinds (numbers, logicals, strings, times,
+  // categories), texts written the way Style (CSV or JSON) writes them.
+  template <typename Style>
+  static void appendTypedValue(std::string& out, std::string& scratch, const Column& column, std::size_t row);
 
   const ovArray* mTable;
   std::vector<std::string> mNames;
