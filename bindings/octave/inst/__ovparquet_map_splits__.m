@@ -24,15 +24,8 @@ function [keys, values] = __ovparquet_map_splits__ (splits, mapfun, vars)
         values = [values; v];
       endwhile
     catch err
-      if (strcmp (err.identifier, "Octave:interrupt"))
-        rethrow (err);
-      endif
-      id = err.identifier;
-      if (isempty (id))
-        id = "ORVANE:octave:MapFailed";
-      endif
-      error (id, "ovparquet_mapreduce: the map of '%s' bytes [%d, %d) failed: %s",
-             s.Location, s.Offset, s.Offset + s.Size, err.message);
+      __ovparquet_fail__ (err, "ORVANE:octave:MapFailed",
+                          sprintf ("the map of '%s' bytes [%d, %d)", s.Location, s.Offset, s.Offset + s.Size));
     end_try_catch
   endfor
 endfunction

@@ -15,14 +15,7 @@ function r = __ovparquet_reduce_groups__ (keys, groups, reducefun)
     try
       value = reducefun (key, groups{g});
     catch err
-      if (strcmp (err.identifier, "Octave:interrupt"))
-        rethrow (err);
-      endif
-      id = err.identifier;
-      if (isempty (id))
-        id = "ORVANE:octave:ReduceFailed";
-      endif
-      error (id, "ovparquet_mapreduce: the reduce of key %s failed: %s", __ovparquet_key_text__ (key), err.message);
+      __ovparquet_fail__ (err, "ORVANE:octave:ReduceFailed", ["the reduce of key " __ovparquet_key_text__(key)]);
     end_try_catch
     r(g).Key = key;
     r(g).Value = value;

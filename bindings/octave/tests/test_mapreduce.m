@@ -102,5 +102,15 @@
 %!   assert (! isempty (strfind (e.message, "boom in the row group of id 1000005")));
 %!   assert (! isempty (regexp (e.message, "part-01\\.parquet' bytes \\[0, 32768\\)")), e.message);
 %! end_try_catch
+%!test
+%! ## A reducefun that raises without an identifier: the default one, the key
+%! ## and the original message.
+%! try
+%!   ovparquet_mapreduce (data, @mr_stats_map, @(k, v) error ("no good"), "Progress", false);
+%!   error ("no error");
+%! catch e
+%!   assert (e.identifier, "ORVANE:octave:ReduceFailed");
+%!   assert (! isempty (regexp (e.message, "the reduce of key .+ failed: no good")), e.message);
+%! end_try_catch
 %!error <SplitSize> ovparquet_mapreduce (data, @mr_stats_map, @mr_stats_reduce, "SplitSize", 0)
 %!error <unknown option "Foo"> ovparquet_mapreduce (data, @mr_stats_map, @mr_stats_reduce, "Foo", 1)
