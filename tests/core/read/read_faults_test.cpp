@@ -10,6 +10,7 @@
 #include <ovparquet/host/error.hpp>
 #include <ovparquet/host/stream.hpp>
 
+#include "../../support/FaultPlan.hpp"
 #include "../../support/ParquetFiles.hpp"
 
 #include <gtest/gtest.h>
@@ -21,15 +22,10 @@
 namespace orvane::io::parquet::core {
 namespace {
 
-enum class Fault { None, Fail, Short };
+using ovtest::Fault;
+using ovtest::FaultPlan;
 
-// Which read call to spoil, counted over every file opened under the scheme.
-struct FaultPlan {
-  Fault kind = Fault::None;
-  long at = 0;  // 1-based; 0 never
-  long calls = 0;
-  bool injected = false;
-};
+// Which read call to spoil.
 FaultPlan gPlan;
 std::string gBytes;
 

@@ -10,6 +10,7 @@
 #include <ovparquet/host/stream.hpp>
 
 #include "../../support/HostTables.hpp"
+#include "../../support/FaultPlan.hpp"
 #include "../../support/ParquetFiles.hpp"
 
 #include <gtest/gtest.h>
@@ -20,15 +21,10 @@
 namespace orvane::io::parquet::core {
 namespace {
 
-enum class Fault { None, Fail, Short };
+using ovtest::Fault;
+using ovtest::FaultPlan;
 
-// Which write call to spoil, counted over every file opened under the scheme.
-struct FaultPlan {
-  Fault kind = Fault::None;
-  long at = 0;  // 1-based; 0 never
-  long calls = 0;
-  bool injected = false;
-};
+// Which write call to spoil.
 FaultPlan gPlan;
 
 // Forwards to the local file's own handle (so the host's commit on close
