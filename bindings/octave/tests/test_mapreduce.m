@@ -1,19 +1,6 @@
 ## ovparquet_mapreduce with the serial engine, against DuckDB's GROUP BY of
 ## the same files (make_mapreduce_fixtures.py), and its bad inputs.
 
-%!function [keys, rows] = expected (name)
-%!  fid = fopen (fullfile (getenv ("OVPARQUET_MAPREDUCE_DATA"), name));
-%!  fgetl (fid);
-%!  keys = {};
-%!  rows = zeros (0, 5);
-%!  while (ischar (line = fgetl (fid)))
-%!    parts = strsplit (line, ",");
-%!    keys{end+1, 1} = parts{1};
-%!    rows(end+1, 1:numel (parts) - 1) = str2double (parts(2:end));
-%!  endwhile
-%!  fclose (fid);
-%!endfunction
-
 %!shared data, nosplits
 %! data = fullfile (getenv ("OVPARQUET_MAPREDUCE_DATA"), "data");
 %! nosplits = numel (ovparquet_splits (data, "SplitSize", 32768));
@@ -35,7 +22,7 @@
 %! assert (empty > 0);  # bigger row groups than splits: some splits hold none
 
 %!test
-%! [keys, rows] = expected ("expected.csv");
+%! [keys, rows] = mr_expected ("expected.csv");
 %! r = ovparquet_mapreduce (data, @mr_stats_map, @mr_stats_reduce, "SplitSize", 32768,
 %!                          "Variables", {"cat", "x"}, "Progress", false);
 %! assert ({r.Key}', keys);
@@ -45,8 +32,8 @@
 
 ## Numeric keys, default split size, function names as texts.
 %!test
-%! [~, rows] = expected ("expected_g.csv");
-%! keys = str2double (expected ("expected_g.csv"));
+%! [~, rows] = mr_expected ("expected_g.csv");
+%! keys = str2double (mr_expected ("expected_g.csv"));
 %! r = ovparquet_mapreduce (data, "mr_group_map", @(k, v) [numel(v), sum([v{:}])], "Progress", false);
 %! assert ([r.Key]', keys);
 %! got = vertcat (r.Value);

@@ -2,19 +2,6 @@
 ## started by the CTest fixture): the same results as the serial engine and
 ## as DuckDB, locally and on a loopback S3 server; faults and bad input.
 
-%!function [keys, rows] = expected (name)
-%!  fid = fopen (fullfile (getenv ("OVPARQUET_MAPREDUCE_DATA"), name));
-%!  fgetl (fid);
-%!  keys = {};
-%!  rows = zeros (0, 5);
-%!  while (ischar (line = fgetl (fid)))
-%!    parts = strsplit (line, ",");
-%!    keys{end+1, 1} = parts{1};
-%!    rows(end+1, 1:numel (parts) - 1) = str2double (parts(2:end));
-%!  endwhile
-%!  fclose (fid);
-%!endfunction
-
 %!function check_stats (r, keys, rows)
 %!  assert ({r.Key}', keys);
 %!  got = vertcat (r.Value);
@@ -34,7 +21,7 @@
 
 ## The same job: serial, Spark and DuckDB agree; progress counts splits.
 %!test
-%! [keys, rows] = expected ("expected.csv");
+%! [keys, rows] = mr_expected ("expected.csv");
 %! serial = ovparquet_mapreduce (data, @mr_stats_map, @mr_stats_reduce, args{:});
 %! n = numel (ovparquet_splits (data, "SplitSize", 32768));
 %! assert (n >= 40);
@@ -47,8 +34,8 @@
 
 ## Numeric keys, several task groups per core.
 %!test
-%! [~, rows] = expected ("expected_g.csv");
-%! keys = str2double (expected ("expected_g.csv"));
+%! [~, rows] = mr_expected ("expected_g.csv");
+%! keys = str2double (mr_expected ("expected_g.csv"));
 %! r = ovparquet_mapreduce (data, @mr_group_map, @mr_stats_reduce, "Engine", master, "TaskGroups", 13,
 %!                          "SplitSize", 20000, "Progress", false);
 %! assert ([r.Key]', keys);
@@ -59,7 +46,7 @@
 ## s3: the files on a loopback S3 server; credentials reach the executors
 ## but no log, no message and no Spark environment page.
 %!test
-%! [keys, rows] = expected ("expected.csv");
+%! [keys, rows] = mr_expected ("expected.csv");
 %! py = getenv ("OVPARQUET_PYTHON");
 %! server = getenv ("OVPARQUET_S3_SERVER");
 %! [in, out, pid] = popen2 (py, {server});
@@ -172,7 +159,7 @@
 ## result is unchanged (no row counted twice or lost). The killed tasks could
 ## not remove their folders; none is left once the job is over.
 %!test
-%! [keys, rows] = expected ("expected.csv");
+%! [keys, rows] = mr_expected ("expected.csv");
 %! cluster = getenv ("OVPARQUET_SPARK_CLUSTER");
 %! pid = str2double (python (sprintf ("'%s' add-worker '%s'", cluster, getenv ("OVPARQUET_SPARK_STATE"))));
 %! marker = tempname ();
