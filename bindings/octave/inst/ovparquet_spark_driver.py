@@ -15,6 +15,7 @@ AWS_* settings (s3 credentials and endpoints) are taken out of this process's
 environment before Spark starts and reach the tasks inside the job's own
 closures, so they appear in no Spark configuration, log or UI page.
 """
+import ipaddress
 import json
 import os
 import re
@@ -28,8 +29,6 @@ import threading
 import time
 import urllib.parse
 import uuid
-
-from pyspark.accumulators import AccumulatorParam
 
 # Settings the executors' octave-cli needs for s3 locations.
 SECRET_PREFIXES = ("AWS_",)
@@ -62,6 +61,19 @@ def check_master(url):
     except OSError as e:
         raise JobError("ORVANE:octave:SparkUnreachable",
                        f"No Spark master answers at {url}: {e.strerror or e}.")
+
+
+def stay_on_loopback(url):
+    """A master on the loopback interface is a cluster on this machine: the
+    driver binds there too, instead of the address Spark would pick from
+    the host name, which may be another interface."""
+    host = urllib.parse.urlparse(url).hostname or ""
+    try:
+        loopback = ipaddress.ip_address(socket.gethostbyname(host)).is_loopback
+    except (OSError, ValueError):
+        loopback = False
+    if loopback and not os.environ.get("SPARK_LOCAL_IP"):
+        os.environ["SPARK_LOCAL_IP"] = "127.0.0.1"
 
 
 class JobError(Exception):
@@ -126,10 +138,22 @@ sys.exit(child.wait())
 TASKS_PREFIX = "ovparquet-tasks-"
 
 
+def executor_scratch():
+    """The executor's own scratch folder: Spark hands its Python workers the
+    block manager's folders in SPARK_LOCAL_DIRS and removes them when the
+    executor stops, or, on a standalone worker, when the application ends.
+    A task folder kept there goes with Spark's own files even when the task
+    was killed outright, which no clean-up of ours could survive."""
+    for folder in os.environ.get("SPARK_LOCAL_DIRS", "").split(","):
+        if folder and os.path.isdir(folder):
+            return folder
+    return tempfile.gettempdir()
+
+
 def task_folder(job_id, kind):
     """A new folder for one task, in the job's folder inside the executor's
-    temporary folder (where the driver can remove what a killed task left)."""
-    base = os.path.join(tempfile.gettempdir(), TASKS_PREFIX + job_id)
+    scratch folder."""
+    base = os.path.join(executor_scratch(), TASKS_PREFIX + job_id)
     for attempt in range(5):
         os.makedirs(base, exist_ok=True)
         try:
@@ -146,16 +170,6 @@ def remove_task_folder(workdir):
         os.rmdir(os.path.dirname(workdir))  # the job's folder, once empty
     except OSError:
         pass
-
-
-class FolderSet(AccumulatorParam):
-    """The executors' temporary folders, reported by the tasks."""
-    def zero(self, value):
-        return set()
-
-    def addInPlace(self, a, b):
-        a |= b
-        return a
 
 
 def run_octave(job, secrets, workdir, mode, files_dir):
@@ -179,11 +193,10 @@ def run_octave(job, secrets, workdir, mode, files_dir):
         raise RuntimeError(f"octave-cli ended with status {proc.returncode}: {tail}")
 
 
-def make_map_task(job, secrets, parts, done, temps):
+def make_map_task(job, secrets, parts, done):
     def task(index, splits):
         from pyspark import SparkFiles
         splits = list(splits)
-        temps.add({tempfile.gettempdir()})
         workdir = task_folder(job["id"], "map")
         try:
             write_json(os.path.join(workdir, "task.json"), {
@@ -201,10 +214,9 @@ def make_map_task(job, secrets, parts, done, temps):
     return task
 
 
-def make_reduce_task(job, secrets, temps):
+def make_reduce_task(job, secrets):
     def task(index, pairs):
         from pyspark import SparkFiles
-        temps.add({tempfile.gettempdir()})
         workdir = task_folder(job["id"], "reduce")
         try:
             count = 0
@@ -221,14 +233,6 @@ def make_reduce_task(job, secrets, temps):
         finally:
             remove_task_folder(workdir)
     return task
-
-
-def remove_job_folders(job_id, temps):
-    """Once the job is over: the job's task folders in the executors'
-    temporary folders that this machine sees. A task whose processes were
-    all SIGKILLed at once (its worker killed) could not remove its own."""
-    for temp in temps:
-        shutil.rmtree(os.path.join(temp, TASKS_PREFIX + job_id), ignore_errors=True)
 
 
 def task_failure(exc):
@@ -261,7 +265,6 @@ def main(jobdir):
     # Names the job's folder of task folders on every executor.
     job["id"] = uuid.uuid4().hex[:16]
     spark = None
-    temps = None
     stopping = threading.Event()
 
     def on_term(signum, frame):
@@ -275,6 +278,7 @@ def main(jobdir):
     signal.signal(signal.SIGINT, on_term)
     try:
         check_master(job["master"])
+        stay_on_loopback(job["master"])
         from pyspark.sql import SparkSession
         builder = (SparkSession.builder.master(job["master"]).appName("ovparquet mapreduce")
                    .config("spark.ui.showConsoleProgress", "false")
@@ -303,7 +307,6 @@ def main(jobdir):
         groups = max(1, min(groups, total))
         parts = max(1, min(sc.defaultParallelism, groups))
         done = sc.accumulator(0)
-        temps = sc.accumulator(set(), FolderSet())
 
         def report():
             while not stopping.wait(0.3):
@@ -315,9 +318,9 @@ def main(jobdir):
         chunks = [splits[i * total // groups:(i + 1) * total // groups] for i in range(groups)]
         rdd = sc.parallelize(chunks, groups).flatMap(lambda chunk: chunk)
         sc.setJobDescription(f"ovparquet mapreduce: {total} splits in {groups} map tasks")
-        mapped = rdd.mapPartitionsWithIndex(make_map_task(job, secrets, parts, done, temps))
+        mapped = rdd.mapPartitionsWithIndex(make_map_task(job, secrets, parts, done))
         shuffled = mapped.partitionBy(parts, lambda p: p)
-        results = shuffled.mapPartitionsWithIndex(make_reduce_task(job, secrets, temps)).collect()
+        results = shuffled.mapPartitionsWithIndex(make_reduce_task(job, secrets)).collect()
         stopping.set()
         write_json(progress, [total, total])
         for i, blob in enumerate(results):
@@ -346,8 +349,6 @@ def main(jobdir):
                 spark.stop()
             except Exception:
                 pass
-        if temps is not None:
-            remove_job_folders(job["id"], temps.value)
 
 
 if __name__ == "__main__":

@@ -1,7 +1,8 @@
 """A Spark standalone cluster on 127.0.0.1 for the tests and benchmarks.
 
     spark_cluster.py start STATE [--cores N] [--workers N]
-    spark_cluster.py add-worker STATE [--cores N]   prints the worker's pid
+    spark_cluster.py add-worker STATE [--cores N]   prints the worker's pid and
+                                                  its Spark scratch folder
     spark_cluster.py stop STATE
 
 start launches a master and its workers on free ports, waits until every
@@ -42,7 +43,7 @@ def environment(scratch):
         "SPARK_WORKER_DIR": os.path.join(scratch, "work"),
         "PYSPARK_PYTHON": sys.executable,
         "SPARK_NO_DAEMONIZE": "1",
-        # The tasks' scratch folders, where a test can look for leftovers.
+        # Whatever else the cluster writes stays in the scratch folder too.
         "TMPDIR": os.path.join(scratch, "tmp"),
     })
     return env
@@ -50,7 +51,13 @@ def environment(scratch):
 
 def launch(scratch, name, args):
     log = open(os.path.join(scratch, name + ".log"), "wb")
-    proc = subprocess.Popen([os.path.join(SPARK_HOME, "bin", "spark-class")] + args, env=environment(scratch),
+    env = environment(scratch)
+    # Each process's Spark scratch (executors' block manager folders, and the
+    # tasks' folders inside them) in a folder of its own, where a test can
+    # tell one worker's leftovers from another's.
+    env["SPARK_LOCAL_DIRS"] = os.path.join(scratch, "local", name)
+    os.makedirs(env["SPARK_LOCAL_DIRS"])
+    proc = subprocess.Popen([os.path.join(SPARK_HOME, "bin", "spark-class")] + args, env=env,
                             stdout=log, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL,
                             start_new_session=True)
     return proc.pid
@@ -82,7 +89,7 @@ def add_worker(state, cores):
         "--webui-port", str(ui), "--cores", str(cores), "--memory", "2g",
         "--work-dir", os.path.join(state["scratch"], "work", name)])
     state["workers"].append(pid)
-    return pid
+    return pid, os.path.join(state["scratch"], "local", name)
 
 
 def save(path, state):
@@ -154,10 +161,10 @@ def main():
         with open(args.state) as f:
             state = json.load(f)
         before = alive_workers(state["ui_port"])
-        pid = add_worker(state, args.cores)
+        pid, local = add_worker(state, args.cores)
         save(args.state, state)
         wait_workers(state, before + 1)
-        print(pid)
+        print(pid, local)
     else:
         stop(args.state)
 
