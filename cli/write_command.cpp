@@ -157,29 +157,16 @@ int WriteCommand::run(const GlobalOptions& global) {
   InputChain input(inputFiles(options), options.delimiter);
 
   OutputTarget target(options.output);
+  core::write::ParquetWriter writer(toHost(target.writeTo()));
   WriteResult result;
   try {
-    core::write::ParquetWriter writer(toHost(target.writeTo()));
     result = writeAll(writer, input, options);
-    writer.close();
-  } catch (const core::common::MessageError& e) {
-    // The writer is gone by now: what it left is removed.
-    auto message = target.rename(e.message());
-    target.discard();
-    throw core::common::MessageError(std::move(message));
-  } catch (const orvane::HostError& e) {
-    if (dynamic_cast<const orvane::InterruptError*>(&e) != nullptr) {
-      target.discard();
-      throw;
-    }
-    auto message = target.rename(e.message());
-    target.discard();
-    throw orvane::HostError(std::move(message));
+    target.commit(writer);
   } catch (...) {
-    target.discard();
+    // Before the writer is gone: a destroyed writer completes its file.
+    writer.discard();
     throw;
   }
-  target.commit();
   printSummary(global, options.output, result);
   return kExitOk;
 }
