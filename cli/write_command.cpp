@@ -43,7 +43,8 @@ WriteResult writeAll(core::write::ParquetWriter& writer, InputChain& input, cons
   ProgressBar progress("Writing", 1000);
   bool configured = false;
   std::vector<orvane::ustring> names;
-  const auto start = [&](const ovArray* table) {
+  // The first table names the variables and sets up the writer.
+  const auto configureOnFirstTable = [&](const ovArray* table) {
     if (configured) return;
     for (std::size_t v = 0; v < ovTableNumVariables(table); ++v) names.push_back(ovTableName(table, v));
     configureWriter(writer, options, names, table, input.name());
@@ -51,7 +52,7 @@ WriteResult writeAll(core::write::ParquetWriter& writer, InputChain& input, cons
   };
   while (auto table = rowGroups.next()) {
     orvane::throwIfInterruptPending();
-    start(table.get());
+    configureOnFirstTable(table.get());
     const std::uint64_t n = ovTableNumRows(table.get());
     const auto oneGroup = heightsArray({static_cast<double>(n)});
     writer.writeRowGroups(table.get(), oneGroup.get());
@@ -62,7 +63,7 @@ WriteResult writeAll(core::write::ParquetWriter& writer, InputChain& input, cons
   if (!configured) {
     // No rows at all: the schema alone, from the input's empty table.
     auto table = input.empty();
-    start(table.get());
+    configureOnFirstTable(table.get());
     const auto none = heightsArray({});
     writer.writeRowGroups(table.get(), none.get());
   }
