@@ -24,6 +24,52 @@ struct Totals {
   std::int64_t bytes = 0;
 };
 
+// The files that could be read, one entry each, and their totals.
+struct Counts {
+  std::vector<std::string> names;
+  std::vector<std::int64_t> rows, rowGroups, bytes;
+  Totals total;
+};
+
+void writeCountJson(const Counts& counts) {
+  nlohmann::ordered_json j;
+  j["files"] = nlohmann::ordered_json::array();
+  for (std::size_t i = 0; i < counts.names.size(); ++i) {
+    j["files"].push_back({{"filename", counts.names[i]},
+                          {"numRowGroups", counts.rowGroups[i]},
+                          {"numRows", counts.rows[i]},
+                          {"fileSize", counts.bytes[i]}});
+  }
+  j["totalRowGroups"] = counts.total.rowGroups;
+  j["totalRows"] = counts.total.rows;
+  j["totalBytes"] = counts.total.bytes;
+  writeJson(std::cout, j);
+}
+
+void writeCountCsv(const Counts& counts) {
+  writeCsvRow(std::cout, {"filename", "numRowGroups", "numRows", "fileSize"});
+  for (std::size_t i = 0; i < counts.names.size(); ++i) {
+    writeCsvRow(std::cout, {csvField(counts.names[i]), std::to_string(counts.rowGroups[i]),
+                            std::to_string(counts.rows[i]), std::to_string(counts.bytes[i])});
+  }
+}
+
+void writeCountTable(const Counts& counts) {
+  const std::size_t n = counts.names.size();
+  std::vector<unique_ovarray_ptr> columns;
+  columns.push_back(ovCreateStringColumn(toHost(counts.names)));
+  columns.push_back(ovCreateNumericArrayFromVector<std::int64_t>({n, 1}, counts.rows));
+  columns.push_back(ovCreateNumericArrayFromVector<std::int64_t>({n, 1}, counts.rowGroups));
+  columns.push_back(ovCreateNumericArrayFromVector<std::int64_t>({n, 1}, counts.bytes));
+  const auto table = ovCreateTable(std::move(columns), {u"File", u"Rows", u"Row groups", u"Bytes"});
+  writeTable(std::cout, table.get(), 0);
+  const Totals& total = counts.total;
+  std::cout << '\n'
+            << groupedNumber(total.rows) << " rows, " << groupedNumber(total.rowGroups) << " row groups in "
+            << groupedNumber(total.files) << (total.files == 1 ? " file" : " files") << ", "
+            << humanBytes(total.bytes) << '\n';
+}
+
 }  // namespace
 
 CountCommand::CountCommand(CLI::App& app) {
@@ -39,61 +85,29 @@ int CountCommand::run(const GlobalOptions& global) const {
       files, mSequential, "Counting", [](const std::string& file) { return info::readFileSummary(toHost(file)); });
 
   // Names are shown without any credentials they were given with.
-  std::vector<std::string> names;
-  std::vector<std::int64_t> rows, rowGroups, bytes;
-  Totals total;
-  for (const auto& o : outcomes) {
-    if (!o.value) continue;
-    names.push_back(orvane::redactLocationSecrets(o.location));
-    rows.push_back(o.value->numRows);
-    rowGroups.push_back(o.value->numRowGroups);
-    bytes.push_back(o.value->fileSize);
-    total.files += 1;
-    total.rows += o.value->numRows;
-    total.rowGroups += o.value->numRowGroups;
-    total.bytes += o.value->fileSize;
+  Counts counts;
+  for (const auto& outcome : outcomes) {
+    if (!outcome.value) continue;
+    const info::FileSummary& summary = *outcome.value;
+    counts.names.push_back(orvane::redactLocationSecrets(outcome.location));
+    counts.rows.push_back(summary.numRows);
+    counts.rowGroups.push_back(summary.numRowGroups);
+    counts.bytes.push_back(summary.fileSize);
+    counts.total.files += 1;
+    counts.total.rows += summary.numRows;
+    counts.total.rowGroups += summary.numRowGroups;
+    counts.total.bytes += summary.fileSize;
   }
   if (global.verbose) {
     std::cerr << "read the footers of " << files.size() << " files " << (mSequential ? "sequentially" : "in parallel")
               << '\n';
   }
   // When no file could be read there is nothing to show but the failures.
-  if (names.empty() && !files.empty()) return reportFailures(outcomes);
+  if (counts.names.empty() && !files.empty()) return reportFailures(outcomes);
   switch (global.format) {
-    case Format::Json: {
-      nlohmann::ordered_json j;
-      j["files"] = nlohmann::ordered_json::array();
-      for (std::size_t i = 0; i < names.size(); ++i) {
-        j["files"].push_back(
-            {{"filename", names[i]}, {"numRowGroups", rowGroups[i]}, {"numRows", rows[i]}, {"fileSize", bytes[i]}});
-      }
-      j["totalRowGroups"] = total.rowGroups;
-      j["totalRows"] = total.rows;
-      j["totalBytes"] = total.bytes;
-      writeJson(std::cout, j);
-      break;
-    }
-    case Format::Csv:
-      writeCsvRow(std::cout, {"filename", "numRowGroups", "numRows", "fileSize"});
-      for (std::size_t i = 0; i < names.size(); ++i) {
-        writeCsvRow(std::cout, {csvField(names[i]), std::to_string(rowGroups[i]), std::to_string(rows[i]),
-                                std::to_string(bytes[i])});
-      }
-      break;
-    case Format::Table: {
-      std::vector<unique_ovarray_ptr> columns;
-      columns.push_back(ovCreateStringColumn(toHost(names)));
-      columns.push_back(ovCreateNumericArrayFromVector<std::int64_t>({names.size(), 1}, rows));
-      columns.push_back(ovCreateNumericArrayFromVector<std::int64_t>({names.size(), 1}, rowGroups));
-      columns.push_back(ovCreateNumericArrayFromVector<std::int64_t>({names.size(), 1}, bytes));
-      const auto table = ovCreateTable(std::move(columns), {u"File", u"Rows", u"Row groups", u"Bytes"});
-      writeTable(std::cout, table.get(), 0);
-      std::cout << '\n'
-                << groupedNumber(total.rows) << " rows, " << groupedNumber(total.rowGroups) << " row groups in "
-                << groupedNumber(total.files) << (total.files == 1 ? " file" : " files") << ", "
-                << humanBytes(total.bytes) << '\n';
-      break;
-    }
+    case Format::Json: writeCountJson(counts); break;
+    case Format::Csv: writeCountCsv(counts); break;
+    case Format::Table: writeCountTable(counts); break;
   }
   return reportFailures(outcomes);
 }

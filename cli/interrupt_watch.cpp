@@ -39,12 +39,11 @@ extern "C" void onInterruptSignal(int signal) {
   if (gHostAction.sa_handler != SIG_DFL && gHostAction.sa_handler != SIG_IGN) gHostAction.sa_handler(signal);
 }
 
-// Removes `file` and the hidden temporaries a writer of it may have open
-// beside it (".NAME.<suffix>"; the file system layer writes there and
-// renames on close).
-void removeWithTemporaries(const std::filesystem::path& file) {
+// Removes the hidden temporaries a writer of `file` may have open beside it
+// (".NAME.<suffix>"; the file system layer writes there and renames on
+// close).
+void removeTemporaries(const std::filesystem::path& file) {
   std::error_code ignored;
-  std::filesystem::remove(file, ignored);
   const std::string prefix = "." + file.filename().string() + ".";
   const std::filesystem::path directory = file.has_parent_path() ? file.parent_path() : ".";
   for (const auto& entry : std::filesystem::directory_iterator(directory, ignored)) {
@@ -57,7 +56,7 @@ void endInterrupted(const std::string& report) {
     std::lock_guard<std::mutex> lock(filesMutex());
     // The command reported its own end (the interrupt, most likely).
     if (gFinished) return;
-    for (const auto& file : unfinishedFiles()) removeWithTemporaries(file);
+    for (const auto& file : unfinishedFiles()) removeTemporaries(file);
     // Whatever was printed so far goes out before the report.
     std::fflush(stdout);
     std::fputs(report.c_str(), stderr);
@@ -97,34 +96,25 @@ void watchInterrupts() {
 
 bool interruptSignalled() noexcept { return gSignalled.load(std::memory_order_relaxed); }
 
-void UnfinishedFile::track(std::filesystem::path path) {
+void UnfinishedOutput::track(std::filesystem::path output) {
   release();
   std::lock_guard<std::mutex> lock(filesMutex());
-  mPath = std::move(path);
+  mPath = std::move(output);
   unfinishedFiles().insert(mPath.string());
 }
 
-UnfinishedFile::~UnfinishedFile() { release(); }
-
-void UnfinishedFile::release() noexcept {
+void UnfinishedOutput::release() noexcept {
   if (mPath.empty()) return;
   std::lock_guard<std::mutex> lock(filesMutex());
   unfinishedFiles().erase(mPath.string());
   mPath.clear();
 }
 
-void UnfinishedFile::remove() noexcept {
-  if (mPath.empty()) return;
-  std::error_code ignored;
-  std::filesystem::remove(mPath, ignored);
-  release();
-}
-
-void UnfinishedFile::publish(const std::filesystem::path& target, std::error_code& error) {
+void UnfinishedOutput::commit(const std::function<void()>& close) {
   std::lock_guard<std::mutex> lock(filesMutex());
   if (gSignalled.load(std::memory_order_relaxed)) throw orvane::InterruptError();
-  std::filesystem::rename(mPath, target, error);
-  if (error) return;
+  close();
+  if (mPath.empty()) return;
   unfinishedFiles().erase(mPath.string());
   mPath.clear();
 }

@@ -2,11 +2,13 @@
 // of work, but one piece (a row group being compressed, a batch being
 // decoded) can take a second or more. A watcher thread sees every SIGINT;
 // if the program is still running a short grace period later, it removes the
-// files registered as unfinished, reports the interrupt and exits with 130.
+// temporaries of the outputs registered as unfinished, reports the interrupt
+// and exits with 130.
 #pragma once
 
 #include <chrono>
 #include <filesystem>
+#include <functional>
 
 namespace ovparquet::cli {
 
@@ -25,24 +27,24 @@ void stopWatchingInterrupts() noexcept;
 // Whether a SIGINT has arrived (whether or not it was handled since).
 bool interruptSignalled() noexcept;
 
-// A file removed if the watcher ends the process while it is registered.
-class UnfinishedFile {
+// An output being written through the file system's hidden temporaries
+// beside it (".NAME.<suffix>", renamed over NAME when the writer closes): if
+// the watcher ends the process while the output is registered, it removes
+// those temporaries, never the output itself.
+class UnfinishedOutput {
  public:
-  UnfinishedFile() = default;
-  ~UnfinishedFile();
-  UnfinishedFile(const UnfinishedFile&) = delete;
-  UnfinishedFile& operator=(const UnfinishedFile&) = delete;
+  UnfinishedOutput() = default;
+  ~UnfinishedOutput() { release(); }
+  UnfinishedOutput(const UnfinishedOutput&) = delete;
+  UnfinishedOutput& operator=(const UnfinishedOutput&) = delete;
 
-  // Registers the file (one per object).
-  void track(std::filesystem::path path);
-  const std::filesystem::path& path() const { return mPath; }
-  // Removes the file now and forgets it.
-  void remove() noexcept;
-  // Renames the finished file to `target` and forgets it. Atomic with
-  // respect to the watcher: an interrupt that arrived before the rename
-  // cancels it (InterruptError), so no finished-looking file appears.
-  void publish(const std::filesystem::path& target, std::error_code& error);
-  // Forgets the file without touching it (it has been consumed).
+  // Registers the output (one per object).
+  void track(std::filesystem::path output);
+  // Runs `close`, which commits the output, and forgets it. Atomic with
+  // respect to the watcher: an interrupt that arrived before cancels it
+  // (InterruptError), so no finished-looking file appears after the report.
+  void commit(const std::function<void()>& close);
+  // Forgets the output.
   void release() noexcept;
 
  private:

@@ -1,17 +1,22 @@
-// Where `write` puts its file. Nothing appears under the output's name
-// unless the write succeeds: the writer writes to a hidden sibling
-// ".OUT.partial-PID", which is renamed to OUT only after a successful close
-// and removed on any failure or interrupt (after the writer is gone, since
-// the writer completes a file it has begun when it is destroyed). A remote
-// output (an object store has no rename) is written to a local temporary
-// file first and copied up whole.
+// Where `write` puts its file, and how nothing appears under the output's
+// name unless the write succeeds (Ctrl-C included).
+//
+// The writer writes to the output's name through the file system's
+// commit-on-close temporary: a hidden sibling renamed over the output when
+// the writer closes, or for an object store an upload completed only then.
+// On any failure or interrupt the command calls ParquetWriter::discard()
+// before the writer is gone, since a destroyed writer completes its file.
+// Against a Ctrl-C that the ordinary unwinding does not answer in time, a
+// local output is registered with the interrupt watcher, which removes its
+// hidden temporaries before it ends the process; the close runs under the
+// watcher's lock, so the output is committed either before the watcher acts
+// or not at all.
 #pragma once
 
 #include "interrupt_watch.hpp"
 
-#include <ovparquet/host/message.hpp>
+#include <ovparquet/core/write/ParquetWriter.hpp>
 
-#include <filesystem>
 #include <string>
 
 namespace ovparquet::cli {
@@ -19,28 +24,17 @@ namespace ovparquet::cli {
 class OutputTarget {
  public:
   explicit OutputTarget(const std::string& output);
-  ~OutputTarget() { discard(); }
-  OutputTarget(const OutputTarget&) = delete;
-  OutputTarget& operator=(const OutputTarget&) = delete;
 
   // The name to give the writer.
-  const std::string& writeTo() const { return mWriteTo; }
+  const std::string& writeTo() const { return mOutput; }
 
-  // Moves the finished file into place.
-  void commit();
-  // Removes what was written (call after the writer is gone).
-  void discard() noexcept { mPartial.remove(); }
-
-  // A message of the library names the file it was given; the user gave
-  // the output's name.
-  orvane::Message rename(orvane::Message message) const;
+  // Closes the writer, which moves the finished file into place; raises
+  // InterruptError instead when an interrupt has arrived.
+  void commit(orvane::io::parquet::core::write::ParquetWriter& writer);
 
  private:
   std::string mOutput;
-  std::string mWriteTo;
-  bool mRemote = false;
-  std::filesystem::path mFinal;
-  UnfinishedFile mPartial;
+  UnfinishedOutput mTemporaries;
 };
 
 }  // namespace ovparquet::cli

@@ -78,175 +78,207 @@ std::vector<std::string> zonedLocalTexts(const ovArray* values) {
   return texts;
 }
 
-// The statistics of one file: written to standard output, or returned in JSON.
-std::optional<nlohmann::ordered_json> statsOfFile(const GlobalOptions& global, const StatsOptions& options) {
-  const ustring file = toHost(options.file);
-  const core::read::RowGroupParquetReader reader(file, std::vector<double>{});
-  const auto names = reader.getVariableNames();
-  requireVariables(options.vars, names, options.file);
-  const std::vector<std::string> wanted = options.vars.empty() ? toUtf8(names) : options.vars;
+// The statistics of one file, variable by variable, with what each format
+// shows of them.
+class FileStatistics {
+ public:
+  // Row group by row group, variable by variable.
+  struct Record {
+    std::size_t rowGroup;
+    std::size_t variable;
+  };
 
+  // `file` as given, `names` the file's variables, `wanted` those to show.
+  FileStatistics(const ustring& file, const core::read::RowGroupParquetReader& reader,
+                 const std::vector<std::string>& wanted, const std::vector<orvane::ustring>& names);
+
+  const std::string& filename() const { return mFilename; }
+  const std::vector<std::uint64_t>& heights() const { return mHeights; }
+  const std::vector<VariableStatistics>& variables() const { return mVariables; }
+  const std::vector<RefusedVariable>& refused() const { return mRefused; }
+  const std::vector<Record>& records() const { return mRecords; }
+  const std::string& variableName(const Record& record) const { return mVariables[record.variable].name; }
+
+  std::optional<std::int64_t> nullCount(const Record& record) const {
+    const auto& stats = mVariables[record.variable].stats;
+    if (!element<bool>(stats.nullCountValid, record.rowGroup)) return std::nullopt;
+    return element<std::int64_t>(stats.nullCounts, record.rowGroup);
+  }
+  std::optional<std::int64_t> distinctCount(const Record& record) const {
+    const auto& stats = mVariables[record.variable].stats;
+    if (!element<bool>(stats.distinctCountValid, record.rowGroup)) return std::nullopt;
+    return element<std::int64_t>(stats.distinctCounts, record.rowGroup);
+  }
+  // The minimum or maximum values of the record's variable, when known.
+  const ovArray* extremes(const Record& record, bool maximum) const {
+    const auto& stats = mVariables[record.variable].stats;
+    if (!element<bool>(stats.minMaxValid, record.rowGroup)) return nullptr;
+    const ovArray* values = cellValues(maximum ? stats.maxValues : stats.minValues);
+    if (values == nullptr || isMissingValue(values, record.rowGroup)) return nullptr;
+    return values;
+  }
+  // Zoned time stamps as local time in their zone with the offset, as read
+  // shows them; other values as the host renders them.
+  std::string extremeText(const Record& record, bool maximum, const ovArray* values) const {
+    const auto& texts = mZoned[record.variable][maximum ? 1 : 0];
+    return texts.empty() ? valueText(values, record.rowGroup) : texts[record.rowGroup];
+  }
+  nlohmann::ordered_json extremeJson(const Record& record, bool maximum, const ovArray* values) const {
+    const auto& texts = mZoned[record.variable][maximum ? 1 : 0];
+    return texts.empty() ? valueJson(values, record.rowGroup) : nlohmann::ordered_json(texts[record.rowGroup]);
+  }
+
+ private:
+  std::string mFilename;
+  std::vector<std::uint64_t> mHeights;
+  std::vector<VariableStatistics> mVariables;
+  std::vector<RefusedVariable> mRefused;
+  std::vector<Record> mRecords;
+  std::vector<std::array<std::vector<std::string>, 2>> mZoned;
+};
+
+FileStatistics::FileStatistics(const ustring& file, const core::read::RowGroupParquetReader& reader,
+                               const std::vector<std::string>& wanted, const std::vector<orvane::ustring>& names)
+    : mFilename(toUtf8(reader.getFilename())), mHeights(reader.getRowGroupHeights()) {
   // One call per variable, so that a variable the library refuses is shown
   // with its reason instead of failing the whole command.
-  std::vector<VariableStatistics> all;
-  std::vector<RefusedVariable> refused;
   std::optional<core::info::ParquetInfo> info;  // the file's types, read when first needed
   const auto refuse = [&](const std::string& name, std::size_t index, const std::string& reason) {
     if (!info) info.emplace(file);
     const auto& arrowTypes = info->getArrowTypes();
     const std::string fileType = index < arrowTypes.size() ? arrowTypes[index] : "";
-    refused.push_back({name, fileType, reason + " Its type in the file is " + fileType + "."});
+    mRefused.push_back({name, fileType, reason + " Its type in the file is " + fileType + "."});
   };
   for (const auto& name : wanted) {
     const auto index = static_cast<std::int32_t>(variableIndex(names, name));
     try {
-      all.push_back({name, reader.getStatistics({index})});
+      mVariables.push_back({name, reader.getStatistics({index})});
     } catch (const core::common::MessageException<ORVANE::parquetio::read::UnsupportedRowFilterVariable>& e) {
       refuse(name, static_cast<std::size_t>(index), e.what());
     } catch (const core::common::MessageException<ORVANE::parquetio::read::InternalUnsupportedParquetType>& e) {
       refuse(name, static_cast<std::size_t>(index), e.what());
     }
   }
-
-  const auto heights = reader.getRowGroupHeights();
-  const std::size_t R = heights.size();
-
-  // Row group by row group, variable by variable.
-  struct Record {
-    std::size_t rowGroup;
-    std::size_t variable;
-  };
-  std::vector<Record> records;
-  for (std::size_t r = 0; r < R; ++r) {
-    for (std::size_t v = 0; v < all.size(); ++v) records.push_back({r, v});
+  for (std::size_t r = 0; r < mHeights.size(); ++r) {
+    for (std::size_t v = 0; v < mVariables.size(); ++v) mRecords.push_back({r, v});
   }
-  const auto nullCount = [&](const Record& rec) -> std::optional<std::int64_t> {
-    const auto& s = all[rec.variable].stats;
-    if (!element<bool>(s.nullCountValid, rec.rowGroup)) return std::nullopt;
-    return element<std::int64_t>(s.nullCounts, rec.rowGroup);
-  };
-  const auto distinctCount = [&](const Record& rec) -> std::optional<std::int64_t> {
-    const auto& s = all[rec.variable].stats;
-    if (!element<bool>(s.distinctCountValid, rec.rowGroup)) return std::nullopt;
-    return element<std::int64_t>(s.distinctCounts, rec.rowGroup);
-  };
-  // The minimum or maximum values of the record's variable, when known.
-  const auto extremes = [&](const Record& rec, bool maximum) -> const ovArray* {
-    const auto& s = all[rec.variable].stats;
-    if (!element<bool>(s.minMaxValid, rec.rowGroup)) return nullptr;
-    const ovArray* values = cellValues(maximum ? s.maxValues : s.minValues);
-    if (values == nullptr || isMissingValue(values, rec.rowGroup)) return nullptr;
-    return values;
-  };
-  // Zoned time stamps as local time in their zone with the offset, as read
-  // shows them; other values as the host renders them.
-  std::vector<std::array<std::vector<std::string>, 2>> zoned(all.size());
-  for (std::size_t v = 0; v < all.size(); ++v) {
-    zoned[v][0] = zonedLocalTexts(cellValues(all[v].stats.minValues));
-    zoned[v][1] = zonedLocalTexts(cellValues(all[v].stats.maxValues));
+  mZoned.resize(mVariables.size());
+  for (std::size_t v = 0; v < mVariables.size(); ++v) {
+    mZoned[v][0] = zonedLocalTexts(cellValues(mVariables[v].stats.minValues));
+    mZoned[v][1] = zonedLocalTexts(cellValues(mVariables[v].stats.maxValues));
   }
-  const auto extremeText = [&](const Record& rec, bool maximum, const ovArray* values) {
-    const auto& texts = zoned[rec.variable][maximum ? 1 : 0];
-    return texts.empty() ? valueText(values, rec.rowGroup) : texts[rec.rowGroup];
-  };
-  const auto extremeJson = [&](const Record& rec, bool maximum, const ovArray* values) {
-    const auto& texts = zoned[rec.variable][maximum ? 1 : 0];
-    return texts.empty() ? valueJson(values, rec.rowGroup) : nlohmann::ordered_json(texts[rec.rowGroup]);
-  };
+}
 
+nlohmann::ordered_json optionalJson(const std::optional<std::int64_t>& count) {
+  return count ? nlohmann::ordered_json(*count) : nlohmann::ordered_json(nullptr);
+}
+
+nlohmann::ordered_json statsJson(const FileStatistics& stats) {
+  nlohmann::ordered_json j;
+  j["filename"] = stats.filename();
+  j["numRowGroups"] = stats.heights().size();
+  j["rowGroupHeights"] = stats.heights();
+  j["variables"] = nlohmann::ordered_json::array();
+  for (const auto& v : stats.variables()) j["variables"].push_back(v.name);
+  j["statistics"] = nlohmann::ordered_json::array();
+  for (const auto& record : stats.records()) {
+    nlohmann::ordered_json entry;
+    entry["rowGroup"] = record.rowGroup + 1;
+    entry["variable"] = stats.variableName(record);
+    entry["nullCount"] = optionalJson(stats.nullCount(record));
+    entry["distinctCount"] = optionalJson(stats.distinctCount(record));
+    for (const bool isMax : {false, true}) {
+      const ovArray* values = stats.extremes(record, isMax);
+      entry[isMax ? "max" : "min"] = values ? stats.extremeJson(record, isMax, values) : nlohmann::ordered_json(nullptr);
+    }
+    j["statistics"].push_back(std::move(entry));
+  }
+  j["withoutStatistics"] = nlohmann::ordered_json::array();
+  for (const auto& r : stats.refused()) {
+    j["withoutStatistics"].push_back({{"variable", r.name}, {"fileType", r.fileType}, {"reason", r.reason}});
+  }
+  return j;
+}
+
+std::string optionalText(const std::optional<std::int64_t>& count) { return count ? std::to_string(*count) : ""; }
+
+void writeStatsCsv(const FileStatistics& stats) {
+  writeCsvRow(std::cout, {"rowGroup", "variable", "rows", "nullCount", "distinctCount", "min", "max"});
+  for (const auto& record : stats.records()) {
+    const ovArray* minimum = stats.extremes(record, false);
+    const ovArray* maximum = stats.extremes(record, true);
+    writeCsvRow(std::cout,
+                {std::to_string(record.rowGroup + 1), csvField(stats.variableName(record)),
+                 std::to_string(stats.heights()[record.rowGroup]), optionalText(stats.nullCount(record)),
+                 optionalText(stats.distinctCount(record)),
+                 csvField(minimum ? stats.extremeText(record, false, minimum) : "", !minimum),
+                 csvField(maximum ? stats.extremeText(record, true, maximum) : "", !maximum)});
+  }
+  // The CSV holds statistics only; the reasons go to standard error.
+  for (const auto& r : stats.refused()) std::cerr << "Note: no statistics for " << r.name << ": " << r.reason << '\n';
+}
+
+// A count into an int64 column, missing when unknown.
+void setCount(ovArray* column, std::size_t i, const std::optional<std::int64_t>& count) {
+  if (count) {
+    ovGetTypedDataMutable<std::int64_t>(column)[i] = *count;
+  } else {
+    ovSetMissing(column, i);
+  }
+}
+
+void writeStatsTable(const FileStatistics& stats) {
+  const auto& records = stats.records();
+  const std::size_t n = records.size();
+  auto rowGroup = ovCreateNumericMatrix(n, 1, ovClassID::Int64);
+  auto rows = ovCreateNumericMatrix(n, 1, ovClassID::UInt64);
+  auto nulls = ovCreateNumericMatrix(n, 1, ovClassID::Int64);
+  auto distinct = ovCreateNumericMatrix(n, 1, ovClassID::Int64);
+  ovStringArrayBuilder variable({n, 1});
+  ovStringArrayBuilder minimum({n, 1});
+  ovStringArrayBuilder maximum({n, 1});
+  for (std::size_t i = 0; i < n; ++i) {
+    const auto& record = records[i];
+    ovGetTypedDataMutable<std::int64_t>(rowGroup.get())[i] = static_cast<std::int64_t>(record.rowGroup + 1);
+    ovGetTypedDataMutable<std::uint64_t>(rows.get())[i] = stats.heights()[record.rowGroup];
+    setCount(nulls.get(), i, stats.nullCount(record));
+    setCount(distinct.get(), i, stats.distinctCount(record));
+    variable.appendUtf8(stats.variableName(record));
+    for (const bool isMax : {false, true}) {
+      auto& builder = isMax ? maximum : minimum;
+      const ovArray* values = stats.extremes(record, isMax);
+      if (values == nullptr) {
+        builder.appendMissing();
+      } else {
+        builder.appendUtf8(stats.extremeText(record, isMax, values));
+      }
+    }
+  }
+  std::vector<unique_ovarray_ptr> columns;
+  columns.push_back(std::move(rowGroup));
+  columns.push_back(variable.finish());
+  columns.push_back(std::move(rows));
+  columns.push_back(std::move(nulls));
+  columns.push_back(std::move(distinct));
+  columns.push_back(minimum.finish());
+  columns.push_back(maximum.finish());
+  const auto table = ovCreateTable(std::move(columns),
+                                   {u"Row group", u"Variable", u"Rows", u"Nulls", u"Distinct", u"Min", u"Max"});
+  writeTable(std::cout, table.get());
+  for (const auto& r : stats.refused()) std::cout << "No statistics for " << r.name << ": " << r.reason << '\n';
+}
+
+// The statistics of one file: written to standard output, or returned in JSON.
+std::optional<nlohmann::ordered_json> statsOfFile(const GlobalOptions& global, const StatsOptions& options) {
+  const ustring file = toHost(options.file);
+  const core::read::RowGroupParquetReader reader(file, std::vector<double>{});
+  const auto names = reader.getVariableNames();
+  requireVariables(options.vars, names, options.file);
+  const FileStatistics stats(file, reader, options.vars.empty() ? toUtf8(names) : options.vars, names);
   switch (global.format) {
-    case Format::Json: {
-      nlohmann::ordered_json j;
-      j["filename"] = toUtf8(reader.getFilename());
-      j["numRowGroups"] = R;
-      j["rowGroupHeights"] = heights;
-      j["variables"] = nlohmann::ordered_json::array();
-      for (const auto& v : all) j["variables"].push_back(v.name);
-      j["statistics"] = nlohmann::ordered_json::array();
-      for (const auto& rec : records) {
-        nlohmann::ordered_json s;
-        s["rowGroup"] = rec.rowGroup + 1;
-        s["variable"] = all[rec.variable].name;
-        const auto nc = nullCount(rec);
-        const auto dc = distinctCount(rec);
-        s["nullCount"] = nc ? nlohmann::ordered_json(*nc) : nlohmann::ordered_json(nullptr);
-        s["distinctCount"] = dc ? nlohmann::ordered_json(*dc) : nlohmann::ordered_json(nullptr);
-        const ovArray* mn = extremes(rec, false);
-        const ovArray* mx = extremes(rec, true);
-        s["min"] = mn ? extremeJson(rec, false, mn) : nlohmann::ordered_json(nullptr);
-        s["max"] = mx ? extremeJson(rec, true, mx) : nlohmann::ordered_json(nullptr);
-        j["statistics"].push_back(std::move(s));
-      }
-      j["withoutStatistics"] = nlohmann::ordered_json::array();
-      for (const auto& r : refused) {
-        j["withoutStatistics"].push_back({{"variable", r.name}, {"fileType", r.fileType}, {"reason", r.reason}});
-      }
-      return j;
-    }
-    case Format::Csv: {
-      writeCsvRow(std::cout, {"rowGroup", "variable", "rows", "nullCount", "distinctCount", "min", "max"});
-      for (const auto& rec : records) {
-        const auto nc = nullCount(rec);
-        const auto dc = distinctCount(rec);
-        const ovArray* mn = extremes(rec, false);
-        const ovArray* mx = extremes(rec, true);
-        writeCsvRow(std::cout, {std::to_string(rec.rowGroup + 1), csvField(all[rec.variable].name),
-                                std::to_string(heights[rec.rowGroup]), nc ? std::to_string(*nc) : "",
-                                dc ? std::to_string(*dc) : "", csvField(mn ? extremeText(rec, false, mn) : "", !mn),
-                                csvField(mx ? extremeText(rec, true, mx) : "", !mx)});
-      }
-      // The CSV holds statistics only; the reasons go to standard error.
-      for (const auto& r : refused) std::cerr << "Note: no statistics for " << r.name << ": " << r.reason << '\n';
-      break;
-    }
-    case Format::Table: {
-      const std::size_t n = records.size();
-      auto rowGroup = ovCreateNumericMatrix(n, 1, ovClassID::Int64);
-      auto rows = ovCreateNumericMatrix(n, 1, ovClassID::UInt64);
-      auto nulls = ovCreateNumericMatrix(n, 1, ovClassID::Int64);
-      auto distinct = ovCreateNumericMatrix(n, 1, ovClassID::Int64);
-      ovStringArrayBuilder variable({n, 1});
-      ovStringArrayBuilder minimum({n, 1});
-      ovStringArrayBuilder maximum({n, 1});
-      for (std::size_t i = 0; i < n; ++i) {
-        const auto& rec = records[i];
-        ovGetTypedDataMutable<std::int64_t>(rowGroup.get())[i] = static_cast<std::int64_t>(rec.rowGroup + 1);
-        ovGetTypedDataMutable<std::uint64_t>(rows.get())[i] = heights[rec.rowGroup];
-        if (const auto nc = nullCount(rec)) {
-          ovGetTypedDataMutable<std::int64_t>(nulls.get())[i] = *nc;
-        } else {
-          ovSetMissing(nulls.get(), i);
-        }
-        if (const auto dc = distinctCount(rec)) {
-          ovGetTypedDataMutable<std::int64_t>(distinct.get())[i] = *dc;
-        } else {
-          ovSetMissing(distinct.get(), i);
-        }
-        variable.appendUtf8(all[rec.variable].name);
-        for (const bool isMax : {false, true}) {
-          auto& builder = isMax ? maximum : minimum;
-          const ovArray* values = extremes(rec, isMax);
-          if (values == nullptr) {
-            builder.appendMissing();
-          } else {
-            builder.appendUtf8(extremeText(rec, isMax, values));
-          }
-        }
-      }
-      std::vector<unique_ovarray_ptr> columns;
-      columns.push_back(std::move(rowGroup));
-      columns.push_back(variable.finish());
-      columns.push_back(std::move(rows));
-      columns.push_back(std::move(nulls));
-      columns.push_back(std::move(distinct));
-      columns.push_back(minimum.finish());
-      columns.push_back(maximum.finish());
-      const auto table = ovCreateTable(std::move(columns),
-                                       {u"Row group", u"Variable", u"Rows", u"Nulls", u"Distinct", u"Min", u"Max"});
-      writeTable(std::cout, table.get());
-      for (const auto& r : refused) std::cout << "No statistics for " << r.name << ": " << r.reason << '\n';
-      break;
-    }
+    case Format::Json: return statsJson(stats);
+    case Format::Csv: writeStatsCsv(stats); break;
+    case Format::Table: writeStatsTable(stats); break;
   }
   return std::nullopt;
 }

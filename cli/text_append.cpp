@@ -1,21 +1,13 @@
 #include "text_append.hpp"
 
+#include <ovparquet/host/number_text.hpp>
+
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 
 namespace ovparquet::cli {
 namespace {
-
-// `value` in exactly `digits` decimal digits (value < 10^digits).
-void appendDigits(std::string& out, std::int64_t value, int digits) {
-  char buffer[24];
-  for (int i = digits - 1; i >= 0; --i) {
-    buffer[i] = static_cast<char>('0' + value % 10);
-    value /= 10;
-  }
-  out.append(buffer, static_cast<std::size_t>(digits));
-}
 
 int decimalDigits(std::uint64_t value) {
   int digits = 1;
@@ -54,7 +46,7 @@ bool appendHundredths(std::string& out, double value) {
   appendNumber(out, whole);
   if (fractionDigits > 0) {
     out += '.';
-    appendDigits(out, static_cast<std::int64_t>(fraction), fractionDigits);
+    ovAppendDigits(out, static_cast<std::int64_t>(fraction), fractionDigits);
   }
   return true;
 }

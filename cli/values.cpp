@@ -3,22 +3,15 @@
 #include "text.hpp"
 
 #include <ovparquet/host/array_text.hpp>
+#include <ovparquet/host/categories.hpp>
+#include <ovparquet/host/class_visit.hpp>
+#include <ovparquet/host/number_text.hpp>
 
-#include <charconv>
 #include <cmath>
-#include <cstdio>
+#include <optional>
 
 namespace ovparquet::cli {
 namespace {
-
-template <typename T>
-std::string shortestText(T value) {
-  if (std::isnan(value)) return "NaN";
-  if (std::isinf(value)) return value > 0 ? "Inf" : "-Inf";
-  char buffer[64];
-  const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
-  return std::string(buffer, result.ptr);
-}
 
 template <typename T>
 const T& at(const ovArray* column, std::size_t row) {
@@ -57,8 +50,7 @@ nlohmann::ordered_json listJson(const ovArray* list) {
 
 }  // namespace
 
-std::string doubleText(double value) { return shortestText(value); }
-std::string floatText(float value) { return shortestText(value); }
+std::string doubleText(double value) { return ovShortestText(value); }
 
 std::string datetimeText(std::int64_t ticks, ovTimeUnit unit, const std::optional<std::string>& zone) {
   // A zoned time stamp is an instant: shown in UTC, as RFC 3339 writes it.
@@ -77,43 +69,35 @@ bool isMissingValue(const ovArray* column, std::size_t row) {
 std::string valueText(const ovArray* column, std::size_t row) {
   if (isMissingValue(column, row)) return "";
   if (ovIsTable(column)) return recordText(column, row);
-  switch (ovGetClassID(column)) {
-    case ovClassID::Double: return doubleText(at<double>(column, row));
-    case ovClassID::Single: return floatText(at<float>(column, row));
-    case ovClassID::Int8: return std::to_string(at<std::int8_t>(column, row));
-    case ovClassID::UInt8: return std::to_string(at<std::uint8_t>(column, row));
-    case ovClassID::Int16: return std::to_string(at<std::int16_t>(column, row));
-    case ovClassID::UInt16: return std::to_string(at<std::uint16_t>(column, row));
-    case ovClassID::Int32: return std::to_string(at<std::int32_t>(column, row));
-    case ovClassID::UInt32: return std::to_string(at<std::uint32_t>(column, row));
-    case ovClassID::Int64: return std::to_string(at<std::int64_t>(column, row));
-    case ovClassID::UInt64: return std::to_string(at<std::uint64_t>(column, row));
-    case ovClassID::Logical: return at<bool>(column, row) ? "true" : "false";
-    case ovClassID::Char: {
+  return ovVisitClass(ovGetClassID(column), [&](auto tag) -> std::string {
+    using Tag = decltype(tag);
+    using T = typename Tag::Element;
+    if constexpr (Tag::isFloat) {
+      return ovShortestText(at<T>(column, row));
+    } else if constexpr (Tag::isInteger) {
+      return std::to_string(at<T>(column, row));
+    } else if constexpr (Tag::id == ovClassID::Logical) {
+      return at<bool>(column, row) ? "true" : "false";
+    } else if constexpr (Tag::id == ovClassID::Char || Tag::id == ovClassID::String ||
+                         Tag::id == ovClassID::Categorical) {
+      std::optional<std::u16string_view> text;
+      if constexpr (Tag::id == ovClassID::Char) text = std::u16string_view(&at<char16_t>(column, row), 1);
+      if constexpr (Tag::id == ovClassID::String) text = ovGetStringView(column, row);
+      if constexpr (Tag::id == ovClassID::Categorical) text = ovCategoryText(column, row);
+      if (!text) return "<undefined>";
       std::string out;
-      orvane::append_utf16_replacing(std::u16string_view(&at<char16_t>(column, row), 1), out);
+      orvane::append_utf16_replacing(*text, out);
       return out;
-    }
-    case ovClassID::String: {
-      std::string out;
-      orvane::append_utf16_replacing(ovGetStringView(column, row), out);
-      return out;
-    }
-    case ovClassID::Datetime:
+    } else if constexpr (Tag::id == ovClassID::Datetime) {
       return datetimeText(ovGetTicks(column)[row], ovGetTimeUnit(column), ovGetTimeZone(column));
-    case ovClassID::Duration: return durationText(ovGetTicks(column)[row], ovGetTimeUnit(column));
-    case ovClassID::Categorical: {
-      const std::int32_t code = ovGetCategoryCodes(column)[row];
-      const ovArray* categories = ovGetCategories(column);
-      if (code < 0 || static_cast<std::size_t>(code) >= ovGetNumberOfElements(categories)) return "<undefined>";
-      std::string out;
-      orvane::append_utf16_replacing(ovGetStringView(categories, static_cast<std::size_t>(code)), out);
-      return out;
+    } else if constexpr (Tag::id == ovClassID::Duration) {
+      return durationText(ovGetTicks(column)[row], ovGetTimeUnit(column));
+    } else if constexpr (Tag::id == ovClassID::Cell) {
+      return ovListToInlineText(ovGetCell(column, row));
+    } else {
+      return ovArrayToInlineText(column);
     }
-    case ovClassID::Cell: return ovListToInlineText(ovGetCell(column, row));
-    case ovClassID::Struct: break;
-  }
-  return ovArrayToInlineText(column);
+  });
 }
 
 nlohmann::ordered_json valueJson(const ovArray* column, std::size_t row) {
@@ -130,26 +114,24 @@ nlohmann::ordered_json valueJson(const ovArray* column, std::size_t row) {
     if (!std::isfinite(static_cast<double>(value))) return nullptr;
     return value;
   };
-  switch (ovGetClassID(column)) {
-    case ovClassID::Double: return number(at<double>(column, row));
-    case ovClassID::Single: {
+  return ovVisitClass(ovGetClassID(column), [&](auto tag) -> nlohmann::ordered_json {
+    using Tag = decltype(tag);
+    using T = typename Tag::Element;
+    if constexpr (Tag::id == ovClassID::Double) {
+      return number(at<double>(column, row));
+    } else if constexpr (Tag::id == ovClassID::Single) {
       // Through the shortest text, so that 0.1f prints as 0.1.
       const float value = at<float>(column, row);
       if (!std::isfinite(value)) return nullptr;
-      return nlohmann::ordered_json::parse(floatText(value));
+      return nlohmann::ordered_json::parse(ovShortestText(value));
+    } else if constexpr (Tag::isInteger || Tag::id == ovClassID::Logical) {
+      return at<T>(column, row);
+    } else if constexpr (Tag::id == ovClassID::Cell) {
+      return listJson(ovGetCell(column, row));
+    } else {
+      return valueText(column, row);
     }
-    case ovClassID::Int8: return at<std::int8_t>(column, row);
-    case ovClassID::UInt8: return at<std::uint8_t>(column, row);
-    case ovClassID::Int16: return at<std::int16_t>(column, row);
-    case ovClassID::UInt16: return at<std::uint16_t>(column, row);
-    case ovClassID::Int32: return at<std::int32_t>(column, row);
-    case ovClassID::UInt32: return at<std::uint32_t>(column, row);
-    case ovClassID::Int64: return at<std::int64_t>(column, row);
-    case ovClassID::UInt64: return at<std::uint64_t>(column, row);
-    case ovClassID::Logical: return at<bool>(column, row);
-    case ovClassID::Cell: return listJson(ovGetCell(column, row));
-    default: return valueText(column, row);
-  }
+  });
 }
 
 }  // namespace ovparquet::cli

@@ -38,8 +38,7 @@ nlohmann::ordered_json valueJson(const ovArray* column, std::size_t row);
 // Texts of datetime and duration ticks, as the host renders them.
 std::string datetimeText(std::int64_t ticks, ovTimeUnit unit, const std::optional<std::string>& zone);
 std::string durationText(std::int64_t ticks, ovTimeUnit unit);
-// Shortest round-trip text; NaN, Inf, -Inf.
+// Shortest round-trip text; NaN, Inf, -Inf (ovShortestText).
 std::string doubleText(double value);
-std::string floatText(float value);
 
 }  // namespace ovparquet::cli

@@ -5,6 +5,9 @@
 #include "time_literal.hpp"
 #include "values.hpp"
 
+#include <ovparquet/host/categories.hpp>
+#include <ovparquet/host/class_visit.hpp>
+
 #include <set>
 
 namespace ovparquet::cli {
@@ -175,57 +178,46 @@ ValueMatcher::ValueMatcher(const ovArray* column, const std::string& variable, c
                        "and durations can (any variable can be tested with 'is missing').");
   }
   checkComparable(type, variable, literal);
-  switch (mClass) {
-    case ovClassID::Logical:
+  ovVisitClass(mClass, [&](auto tag) {
+    using Tag = decltype(tag);
+    if constexpr (Tag::id == ovClassID::Logical) {
       mNumber = literal.kind == Literal::Kind::Boolean ? (literal.boolean ? 1 : 0) : literal.number;
-      break;
-    case ovClassID::String:
-    case ovClassID::Categorical: mText = toHost(literal.text); break;
-    case ovClassID::Datetime:
+    } else if constexpr (Tag::id == ovClassID::String || Tag::id == ovClassID::Categorical) {
+      mText = toHost(literal.text);
+    } else if constexpr (Tag::id == ovClassID::Datetime) {
       mNanos = instantOf(*parseTimeLiteral(literal.text), ovGetTimeZone(column), variable);
       mNanosPerTick = nanosPerTick(ovGetTimeUnit(column));
-      break;
-    case ovClassID::Duration:
+    } else if constexpr (Tag::id == ovClassID::Duration) {
       mNanos = *durationOf(literal);
       mNanosPerTick = nanosPerTick(ovGetTimeUnit(column));
-      break;
-    default: mNumber = literal.number; break;
-  }
+    } else {
+      mNumber = literal.number;
+    }
+  });
 }
 
 std::partial_ordering ValueMatcher::compare(std::size_t i) const {
   const ovArray* a = mColumn;
   if (ovIsMissing(a, i)) return std::partial_ordering::unordered;
-  switch (mClass) {
-    case ovClassID::Double: return numberOrder<double>(a, i, mNumber);
-    case ovClassID::Single: return numberOrder<float>(a, i, mNumber);
-    case ovClassID::Int8: return numberOrder<std::int8_t>(a, i, mNumber);
-    case ovClassID::UInt8: return numberOrder<std::uint8_t>(a, i, mNumber);
-    case ovClassID::Int16: return numberOrder<std::int16_t>(a, i, mNumber);
-    case ovClassID::UInt16: return numberOrder<std::uint16_t>(a, i, mNumber);
-    case ovClassID::Int32: return numberOrder<std::int32_t>(a, i, mNumber);
-    case ovClassID::UInt32: return numberOrder<std::uint32_t>(a, i, mNumber);
-    case ovClassID::Int64: return numberOrder<std::int64_t>(a, i, mNumber);
-    case ovClassID::UInt64: return numberOrder<std::uint64_t>(a, i, mNumber);
-    case ovClassID::Logical: return numberOrder<bool>(a, i, mNumber);
-    case ovClassID::String: return compareCodePoints(ovGetStringView(a, i), mText);
-    case ovClassID::Categorical: {
-      const std::int32_t code = ovGetCategoryCodes(a)[i];
-      const ovArray* categories = ovGetCategories(a);
-      if (code < 0 || static_cast<std::size_t>(code) >= ovGetNumberOfElements(categories)) {
-        return std::partial_ordering::unordered;
-      }
-      return compareCodePoints(ovGetStringView(categories, static_cast<std::size_t>(code)), mText);
-    }
-    case ovClassID::Datetime:
-    case ovClassID::Duration: {
+  return ovVisitClass(mClass, [&](auto tag) -> std::partial_ordering {
+    using Tag = decltype(tag);
+    if constexpr (Tag::isNumeric || Tag::id == ovClassID::Logical) {
+      return numberOrder<typename Tag::Element>(a, i, mNumber);
+    } else if constexpr (Tag::id == ovClassID::String) {
+      return compareCodePoints(ovGetStringView(a, i), mText);
+    } else if constexpr (Tag::id == ovClassID::Categorical) {
+      const auto text = ovCategoryText(a, i);
+      if (!text) return std::partial_ordering::unordered;
+      return compareCodePoints(*text, mText);
+    } else if constexpr (Tag::id == ovClassID::Datetime || Tag::id == ovClassID::Duration) {
       const __int128 value = static_cast<__int128>(ovGetTicks(a)[i]) * mNanosPerTick;
       return value < mNanos ? std::partial_ordering::less
              : value > mNanos ? std::partial_ordering::greater
                               : std::partial_ordering::equivalent;
+    } else {
+      return std::partial_ordering::unordered;
     }
-    default: return std::partial_ordering::unordered;
-  }
+  });
 }
 
 bool satisfied(CompareOp op, std::partial_ordering o) {

@@ -43,7 +43,8 @@ WriteResult writeAll(core::write::ParquetWriter& writer, InputChain& input, cons
   ProgressBar progress("Writing", 1000);
   bool configured = false;
   std::vector<orvane::ustring> names;
-  const auto start = [&](const ovArray* table) {
+  // The first table names the variables and sets up the writer.
+  const auto configureOnFirstTable = [&](const ovArray* table) {
     if (configured) return;
     for (std::size_t v = 0; v < ovTableNumVariables(table); ++v) names.push_back(ovTableName(table, v));
     configureWriter(writer, options, names, table, input.name());
@@ -51,7 +52,7 @@ WriteResult writeAll(core::write::ParquetWriter& writer, InputChain& input, cons
   };
   while (auto table = rowGroups.next()) {
     orvane::throwIfInterruptPending();
-    start(table.get());
+    configureOnFirstTable(table.get());
     const std::uint64_t n = ovTableNumRows(table.get());
     const auto oneGroup = heightsArray({static_cast<double>(n)});
     writer.writeRowGroups(table.get(), oneGroup.get());
@@ -62,7 +63,7 @@ WriteResult writeAll(core::write::ParquetWriter& writer, InputChain& input, cons
   if (!configured) {
     // No rows at all: the schema alone, from the input's empty table.
     auto table = input.empty();
-    start(table.get());
+    configureOnFirstTable(table.get());
     const auto none = heightsArray({});
     writer.writeRowGroups(table.get(), none.get());
   }
@@ -157,29 +158,16 @@ int WriteCommand::run(const GlobalOptions& global) {
   InputChain input(inputFiles(options), options.delimiter);
 
   OutputTarget target(options.output);
+  core::write::ParquetWriter writer(toHost(target.writeTo()));
   WriteResult result;
   try {
-    core::write::ParquetWriter writer(toHost(target.writeTo()));
     result = writeAll(writer, input, options);
-    writer.close();
-  } catch (const core::common::MessageError& e) {
-    // The writer is gone by now: what it left is removed.
-    auto message = target.rename(e.message());
-    target.discard();
-    throw core::common::MessageError(std::move(message));
-  } catch (const orvane::HostError& e) {
-    if (dynamic_cast<const orvane::InterruptError*>(&e) != nullptr) {
-      target.discard();
-      throw;
-    }
-    auto message = target.rename(e.message());
-    target.discard();
-    throw orvane::HostError(std::move(message));
+    target.commit(writer);
   } catch (...) {
-    target.discard();
+    // Before the writer is gone: a destroyed writer completes its file.
+    writer.discard();
     throw;
   }
-  target.commit();
   printSummary(global, options.output, result);
   return kExitOk;
 }

@@ -1,7 +1,6 @@
 #include "write_settings.hpp"
 
 #include "errors.hpp"
-#include "leaf_paths.hpp"
 #include "text.hpp"
 #include "variables.hpp"
 
@@ -28,8 +27,12 @@ std::vector<std::string> perVariable(const PerVariableSetting& setting, const st
 
 }  // namespace
 
-const std::set<std::string> kCompressions = {"brotli", "gzip", "lz4", "snappy", "uncompressed", "zstd"};
-const std::set<std::string> kEncodings = {"dictionary", "plain"};
+namespace {
+std::set<std::string> asSet(const std::vector<std::string>& names) { return {names.begin(), names.end()}; }
+}  // namespace
+
+const std::set<std::string> kCompressions = asSet(orvane::io::parquet::core::write::writableCompressionNames());
+const std::set<std::string> kEncodings = asSet(orvane::io::parquet::core::write::encodingNames());
 
 PerVariableSetting perVariableSetting(const std::string& text, const std::string& option,
                                       const std::set<std::string>& allowed) {
@@ -71,8 +74,9 @@ void configureWriter(orvane::io::parquet::core::write::ParquetWriter& writer, co
   if (!arrowTable.ok()) {
     throw CliError("InvalidInput", "Unable to convert '" + input + "': " + arrowTable.status().message());
   }
-  const LeafPaths leaves = leafColumnPaths(*(*arrowTable)->schema(), options.compliantNested);
-  writer.setLeafColumnPaths(leaves.offsets, toHost(leaves.paths));
+  const auto leaves =
+      orvane::io::parquet::core::write::LeafColumnPaths::ofSchema(*(*arrowTable)->schema(), options.compliantNested);
+  writer.setLeafColumnPaths(leaves.offsets(), leaves.paths());
   if (options.compression.given()) {
     writer.setVariableCompression(perVariable(options.compression, names, "snappy", input));
   }

@@ -14,7 +14,7 @@
 
 namespace ovparquet::cli {
 
-// The codecs the writer can write (Arrow writes no LZO).
+// The names the writer accepts, as core lists them.
 extern const std::set<std::string> kCompressions;
 extern const std::set<std::string> kEncodings;
 

@@ -8,6 +8,7 @@
 #include "origin.hpp"
 #include "write_internal.hpp"
 
+#include <ovparquet/host/class_visit.hpp>
 #include <ovparquet/host/ustring.hpp>
 
 #include <arrow/array/util.h>
@@ -188,37 +189,29 @@ std::shared_ptr<::arrow::ArrayData> writeColumn(Pieces pieces, std::int64_t rows
                  "has " + std::to_string(total) + " rows where " + std::to_string(rows) +
                      " were expected");
   }
-  switch (classID) {
-    case ovClassID::Double:
-    case ovClassID::Single:
-    case ovClassID::Int8:
-    case ovClassID::UInt8:
-    case ovClassID::Int16:
-    case ovClassID::UInt16:
-    case ovClassID::Int32:
-    case ovClassID::UInt32:
-    case ovClassID::Int64:
-    case ovClassID::UInt64:
+  return ovVisitClass(classID, [&](auto tag) -> std::shared_ptr<::arrow::ArrayData> {
+    using Tag = decltype(tag);
+    if constexpr (Tag::isNumeric) {
       return writeNumeric(pieces, rows, context);
-    case ovClassID::Logical:
+    } else if constexpr (Tag::id == ovClassID::Logical) {
       return writeLogical(pieces, rows);
-    case ovClassID::String:
+    } else if constexpr (Tag::id == ovClassID::String) {
       return writeString(pieces, rows, path, context);
-    case ovClassID::Datetime:
+    } else if constexpr (Tag::id == ovClassID::Datetime) {
       return writeDatetime(pieces, rows, path, context);
-    case ovClassID::Duration:
+    } else if constexpr (Tag::id == ovClassID::Duration) {
       return writeDuration(pieces, rows, path, context);
-    case ovClassID::Categorical:
+    } else if constexpr (Tag::id == ovClassID::Categorical) {
       return writeCategorical(pieces, rows, path, context);
-    case ovClassID::Cell:
+    } else if constexpr (Tag::id == ovClassID::Cell) {
       return writeCell(pieces, rows, path, context);
-    case ovClassID::Struct:
+    } else if constexpr (Tag::id == ovClassID::Struct) {
       return writeTable(pieces, rows, path, context);
-    case ovClassID::Char:
-      break;
-  }
-  context.fail(::arrow::StatusCode::TypeError, path,
-               std::string("is of class ") + ovClassName(classID) + ", which has no Arrow type");
+    } else {
+      context.fail(::arrow::StatusCode::TypeError, path,
+                   std::string("is of class ") + ovClassName(classID) + ", which has no Arrow type");
+    }
+  });
 }
 
 std::shared_ptr<::arrow::Buffer> allocate(std::int64_t bytes) {

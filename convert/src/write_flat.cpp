@@ -4,7 +4,10 @@
 #include "common.hpp"
 #include "write_internal.hpp"
 
+#include <ovparquet/host/class_visit.hpp>
+
 #include <arrow/buffer.h>
+#include <arrow/type_traits.h>
 #include <arrow/util/bit_util.h>
 #include <arrow/util/bitmap_generate.h>
 
@@ -90,30 +93,15 @@ std::shared_ptr<::arrow::ArrayData> writeDays(Pieces pieces, std::int64_t rows,
 }  // namespace
 
 std::shared_ptr<::arrow::ArrayData> writeNumeric(Pieces pieces, std::int64_t rows, const WriteContext& context) {
-  switch (ovGetClassID(pieces.front())) {
-    case ovClassID::Double:
-      return writePrimitive<double>(pieces, rows, ::arrow::float64(), context);
-    case ovClassID::Single:
-      return writePrimitive<float>(pieces, rows, ::arrow::float32(), context);
-    case ovClassID::Int8:
-      return writePrimitive<std::int8_t>(pieces, rows, ::arrow::int8(), context);
-    case ovClassID::UInt8:
-      return writePrimitive<std::uint8_t>(pieces, rows, ::arrow::uint8(), context);
-    case ovClassID::Int16:
-      return writePrimitive<std::int16_t>(pieces, rows, ::arrow::int16(), context);
-    case ovClassID::UInt16:
-      return writePrimitive<std::uint16_t>(pieces, rows, ::arrow::uint16(), context);
-    case ovClassID::Int32:
-      return writePrimitive<std::int32_t>(pieces, rows, ::arrow::int32(), context);
-    case ovClassID::UInt32:
-      return writePrimitive<std::uint32_t>(pieces, rows, ::arrow::uint32(), context);
-    case ovClassID::Int64:
-      return writePrimitive<std::int64_t>(pieces, rows, ::arrow::int64(), context);
-    case ovClassID::UInt64:
-      return writePrimitive<std::uint64_t>(pieces, rows, ::arrow::uint64(), context);
-    default:
+  return ovVisitClass(ovGetClassID(pieces.front()), [&](auto tag) -> std::shared_ptr<::arrow::ArrayData> {
+    using Tag = decltype(tag);
+    if constexpr (Tag::isNumeric) {
+      using T = typename Tag::Element;
+      return writePrimitive<T>(pieces, rows, ::arrow::CTypeTraits<T>::type_singleton(), context);
+    } else {
       throw std::logic_error("writeNumeric: not a numeric class");
-  }
+    }
+  });
 }
 
 std::shared_ptr<::arrow::ArrayData> writeLogical(Pieces pieces, std::int64_t rows) {

@@ -2,14 +2,13 @@
 #include "common.hpp"
 #include "write_internal.hpp"
 
+#include <ovparquet/host/categories.hpp>
 #include <ovparquet/host/ustring.hpp>
 
 #include <arrow/buffer.h>
 
-#include <cstring>
 #include <limits>
 #include <string_view>
-#include <unordered_map>
 
 namespace orvane::io::arrow::core::detail {
 namespace {
@@ -94,13 +93,6 @@ class Utf8Writer {
   const WriteContext& mContext;
 };
 
-bool sameStrings(const ovArray* a, const ovArray* b) {
-  const std::size_t count = ovGetNumberOfElements(a);
-  return count == ovGetNumberOfElements(b) && ovGetStringBuffer(a) == ovGetStringBuffer(b) &&
-         std::memcmp(ovGetStringOffsets(a), ovGetStringOffsets(b),
-                     (count + 1) * sizeof(std::int64_t)) == 0;
-}
-
 }  // namespace
 
 std::shared_ptr<::arrow::ArrayData> writeString(Pieces pieces, std::int64_t rows,
@@ -119,17 +111,9 @@ std::shared_ptr<::arrow::ArrayData> writeString(Pieces pieces, std::int64_t rows
 std::shared_ptr<::arrow::ArrayData> writeCategorical(Pieces pieces, std::int64_t rows,
                                                      const std::string& path,
                                                      const WriteContext& context) {
-  const ovArray* first = pieces.front();
-  const bool ordered = ovIsOrdinal(first);
-  const ovArray* firstCategories = ovGetCategories(first);
-  // The unified categories: the first piece's, then whatever other pieces add.
-  std::vector<std::u16string_view> categories;
-  const std::size_t firstCount = ovGetNumberOfElements(firstCategories);
-  for (std::size_t c = 0; c < firstCount; ++c) {
-    categories.push_back(ovGetStringView(firstCategories, c));
-  }
-  std::unordered_map<std::u16string_view, std::int32_t> positions;  // filled on first need
-  std::vector<std::int32_t> recode;
+  const bool ordered = ovIsOrdinal(pieces.front());
+  // The first piece's categories, then whatever other pieces add.
+  ovCategoryUnion categories;
 
   auto indices = allocate(rows * static_cast<std::int64_t>(sizeof(std::int32_t)));
   auto* out = reinterpret_cast<std::int32_t*>(indices->mutable_data());
@@ -139,25 +123,8 @@ std::shared_ptr<::arrow::ArrayData> writeCategorical(Pieces pieces, std::int64_t
                    "mixes ordinal and non-ordinal categoricals; the elements of a cell must "
                    "share the ordering");
     }
-    const ovArray* pieceCategories = ovGetCategories(piece);
-    const std::size_t categoryCount = ovGetNumberOfElements(pieceCategories);
-    const bool same = pieceCategories == firstCategories ||
-                      sameStrings(pieceCategories, firstCategories);
-    if (!same) {
-      if (positions.empty()) {
-        for (std::size_t c = categories.size(); c-- > 0;) {
-          positions[categories[c]] = static_cast<std::int32_t>(c);
-        }
-      }
-      recode.resize(categoryCount);
-      for (std::size_t c = 0; c < categoryCount; ++c) {
-        const std::u16string_view text = ovGetStringView(pieceCategories, c);
-        const auto [found, inserted] =
-            positions.emplace(text, static_cast<std::int32_t>(categories.size()));
-        if (inserted) categories.push_back(text);
-        recode[c] = found->second;
-      }
-    }
+    const std::vector<std::int32_t>& recode = categories.add(piece);
+    const std::size_t categoryCount = ovGetNumberOfCategories(piece);
     const std::int32_t* codes = ovGetCategoryCodes(piece);
     const std::uint8_t* mask = ovGetMissingMask(piece);
     const std::size_t count = ovGetNumberOfElements(piece);
@@ -172,16 +139,16 @@ std::shared_ptr<::arrow::ArrayData> writeCategorical(Pieces pieces, std::int64_t
                      "holds the categorical code " + std::to_string(code) + " outside its " +
                          std::to_string(categoryCount) + " categories");
       }
-      *out++ = same ? code : recode[static_cast<std::size_t>(code)];
+      *out++ = recode.empty() ? code : recode[static_cast<std::size_t>(code)];
     }
   }
-  if (categories.size() > kMaxOffset) {
+  if (categories.categories().size() > kMaxOffset) {
     context.fail(::arrow::StatusCode::CapacityError, path,
                  "has more categories than a dictionary with int32 indices can hold");
   }
 
-  Utf8Writer dictionary(categories.size(), path, context);
-  for (const std::u16string_view text : categories) dictionary.append(text);
+  Utf8Writer dictionary(categories.categories().size(), path, context);
+  for (const std::u16string_view text : categories.categories()) dictionary.append(text);
   std::int64_t nullCount = 0;
   auto validity = validityOf(pieces, rows, &nullCount);
   auto data = ::arrow::ArrayData::Make(

@@ -174,12 +174,7 @@ unique_ovarray_ptr arrow_to_orvane(std::shared_ptr<::arrow::Table> table, const 
   if (converted.ok()) return std::move(converted).ValueUnsafe();
   const ::arrow::Status& status = converted.status();
   if (status.code() == ::arrow::StatusCode::TypeError) {
-    std::string column;
-    if (const auto& detail = status.detail();
-        detail && std::string(detail->type_id()) == orvane::io::arrow::core::TableErrorStatusDetail::kTypeId) {
-      column = static_cast<const orvane::io::arrow::core::TableErrorStatusDetail&>(*detail).column_name();
-    }
-    common::throwInternalUnsupportedParquetTypeException(column);
+    common::throwInternalUnsupportedParquetTypeException(orvane::io::arrow::core::table_error_column_name(status));
   }
   common::throwReadExceptIfNotOk(status, filename);
   return nullptr;  // not reached: the status is not OK

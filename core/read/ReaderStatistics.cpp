@@ -9,7 +9,7 @@
 
 namespace orvane::io::parquet::core::read {
 namespace {
-constexpr const char* kTraceSource = "read/ParquetReader";
+constexpr const char* kTraceSource = "read/ReaderStatistics";
 }  // namespace
 
 Statistics ParquetReader::getStatistics(const std::vector<int32_t>& variableIndices) const {

@@ -6,7 +6,7 @@
 
 namespace orvane::io::parquet::core::read {
 namespace {
-constexpr const char* kTraceSource = "read/ParquetReader";
+constexpr const char* kTraceSource = "read/RowGroupParquetReader";
 }
 
 RowGroupParquetReader::RowGroupParquetReader(const ustring& filename, const std::vector<double>& rowGroups)

@@ -9,7 +9,7 @@
 
 namespace orvane::io::parquet::core::read {
 namespace {
-constexpr const char* kTraceSource = "read/ParquetReader";
+constexpr const char* kTraceSource = "read/SelectedVariables";
 }
 
 ::arrow::Status ParquetReader::SelectedVariables::init(const ::parquet::arrow::SchemaManifest* manifest) {

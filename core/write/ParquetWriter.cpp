@@ -1,10 +1,12 @@
 #include <ovparquet/convert.hpp>
+#include <ovparquet/core/common/ReadableWritableFile.hpp>
 #include <ovparquet/core/common/Utils.hpp>
 #include <ovparquet/core/write/ParquetWriter.hpp>
 #include <ovparquet/host/warning.hpp>
 
 #include <arrow/memory_pool.h>
 #include <arrow/table.h>
+#include <parquet/arrow/writer.h>
 
 namespace orvane::io::parquet::core::write {
 namespace {
@@ -25,19 +27,23 @@ ParquetWriter::~ParquetWriter() {
   } catch (...) {
     common::logCaughtException();
   }
+  // Never written, or the close failed: nothing may be left under the name.
+  discard();
+}
+
+void ParquetWriter::discard() noexcept {
   if (mFile) {
-    // Never written, or the close failed: nothing may be left under the name.
     try {
       mFile->Cleanup();
-      mFile.reset();
     } catch (...) {
       common::logCaughtException();
     }
   }
+  // The Parquet writer completes the file it has begun when destroyed; the
+  // file is abandoned by now, so that completes nothing under the name.
   // Members go in the order the Parquet writer needs: the writer before the
   // file it writes to.
   mFileWriter.reset();
-  mSchema.reset();
   mFile.reset();
 }
 

@@ -3,8 +3,8 @@
 
 #include <arrow/util/compression.h>
 
+#include <algorithm>
 #include <map>
-#include <set>
 
 namespace orvane::io::parquet::core::write {
 namespace {
@@ -26,9 +26,9 @@ const std::map<std::string, ::arrow::Compression::type>& compressionTable() {
   return table;
 }
 
-const std::set<std::string>& encodingNames() {
-  static const std::set<std::string> names = {"dictionary", "plain"};
-  return names;
+bool isEncodingName(const std::string& name) {
+  const auto names = encodingNames();
+  return std::find(names.begin(), names.end(), name) != names.end();
 }
 
 template <typename Tag, typename... Args>
@@ -36,6 +36,16 @@ template <typename Tag, typename... Args>
   throw common::MessageException<Tag>(common::makeMessage<Tag>(std::forward<Args>(args)...));
 }
 }  // namespace
+
+std::vector<std::string> writableCompressionNames() {
+  std::vector<std::string> names;
+  for (const auto& [name, codec] : compressionTable()) {
+    if (::arrow::util::Codec::IsAvailable(codec)) names.push_back(name);
+  }
+  return names;
+}
+
+std::vector<std::string> encodingNames() { return {"dictionary", "plain"}; }
 
 ParquetWriterOptions::ParquetWriterOptions() : mVersion(kVersion2) {}
 ParquetWriterOptions::ParquetWriterOptions(ParquetWriterOptions&&) noexcept = default;
@@ -97,7 +107,7 @@ void ParquetWriterOptions::validate() const {
     }
   }
   for (const auto& encoding : mVariableEncoding) {
-    if (!encodingNames().count(encoding)) fail<InvalidOption>(std::string("VariableEncoding"), encoding);
+    if (!isEncodingName(encoding)) fail<InvalidOption>(std::string("VariableEncoding"), encoding);
   }
 }
 

@@ -3,6 +3,7 @@
 // in array_compare.cpp.
 #include "array_impl.hpp"
 
+#include <ovparquet/host/class_visit.hpp>
 #include <ovparquet/host/error.hpp>
 
 #include <algorithm>
@@ -11,6 +12,7 @@
 #include <limits>
 #include <new>
 #include <stdexcept>
+#include <type_traits>
 
 namespace ovdetail {
 
@@ -243,27 +245,13 @@ const char* ovTimeUnitName(ovTimeUnit unit) noexcept {
 }
 
 std::size_t ovClassElementSize(ovClassID classID) noexcept {
-  switch (classID) {
-    case ovClassID::Double: return sizeof(double);
-    case ovClassID::Single: return sizeof(float);
-    case ovClassID::Int8:
-    case ovClassID::UInt8: return 1;
-    case ovClassID::Int16:
-    case ovClassID::UInt16: return 2;
-    case ovClassID::Int32:
-    case ovClassID::UInt32: return 4;
-    case ovClassID::Int64:
-    case ovClassID::UInt64: return 8;
-    case ovClassID::Logical: return sizeof(bool);
-    case ovClassID::Char: return sizeof(char16_t);
-    case ovClassID::Datetime:
-    case ovClassID::Duration: return sizeof(std::int64_t);
-    case ovClassID::Categorical: return sizeof(std::int32_t);
-    case ovClassID::String:
-    case ovClassID::Cell:
-    case ovClassID::Struct: return 0;
-  }
-  return 0;
+  return ovVisitClass(classID, [](auto tag) -> std::size_t {
+    using Tag = decltype(tag);
+    if constexpr (!std::is_void_v<typename Tag::Element>) return sizeof(typename Tag::Element);
+    else if constexpr (Tag::id == ovClassID::Datetime || Tag::id == ovClassID::Duration) return sizeof(std::int64_t);
+    else if constexpr (Tag::id == ovClassID::Categorical) return sizeof(std::int32_t);
+    else return 0;
+  });
 }
 
 // ---------------------------------------------------------------------------
@@ -511,25 +499,15 @@ void* ovGetDataOfClassMutable(ovArray* array, ovClassID classID) {
 double ovGetScalar(const ovArray* array, std::size_t index) {
   requireArray(array);
   const void* data = array->real.data;
-  auto at = [&](auto tag) {
-    using T = decltype(tag);
-    return static_cast<double>(static_cast<const T*>(data)[index]);
-  };
-  switch (array->classID) {
-    case ovClassID::Double: requireIndex(index, array->numel); return at(double{});
-    case ovClassID::Single: requireIndex(index, array->numel); return at(float{});
-    case ovClassID::Int8: requireIndex(index, array->numel); return at(std::int8_t{});
-    case ovClassID::UInt8: requireIndex(index, array->numel); return at(std::uint8_t{});
-    case ovClassID::Int16: requireIndex(index, array->numel); return at(std::int16_t{});
-    case ovClassID::UInt16: requireIndex(index, array->numel); return at(std::uint16_t{});
-    case ovClassID::Int32: requireIndex(index, array->numel); return at(std::int32_t{});
-    case ovClassID::UInt32: requireIndex(index, array->numel); return at(std::uint32_t{});
-    case ovClassID::Int64: requireIndex(index, array->numel); return at(std::int64_t{});
-    case ovClassID::UInt64: requireIndex(index, array->numel); return at(std::uint64_t{});
-    case ovClassID::Logical: requireIndex(index, array->numel); return at(bool{});
-    case ovClassID::Char: requireIndex(index, array->numel); return at(char16_t{});
-    default: throwClassMismatch("numeric", array);
-  }
+  return ovVisitClass(array->classID, [&](auto tag) -> double {
+    using T = typename decltype(tag)::Element;
+    if constexpr (std::is_void_v<T>) {
+      throwClassMismatch("numeric", array);
+    } else {
+      requireIndex(index, array->numel);
+      return static_cast<double>(static_cast<const T*>(data)[index]);
+    }
+  });
 }
 
 // ---------------------------------------------------------------------------

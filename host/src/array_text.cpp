@@ -1,5 +1,8 @@
 // Readable text of host arrays: tables, matrices and inline forms.
 #include <ovparquet/host/array_text.hpp>
+#include <ovparquet/host/categories.hpp>
+#include <ovparquet/host/class_visit.hpp>
+#include <ovparquet/host/number_text.hpp>
 
 #include <algorithm>
 #include <charconv>
@@ -34,11 +37,7 @@ std::string summary(const ovArray* array) {
 
 template <typename T>
 std::string floatText(T value) {
-  if (std::isnan(value)) return "NaN";
-  if (std::isinf(value)) return value < 0 ? "-Inf" : "Inf";
-  char buffer[64];
-  const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
-  return std::string(buffer, result.ptr);
+  return ovShortestText(value);
 }
 
 template <typename T>
@@ -96,15 +95,7 @@ std::int64_t floorDiv(std::int64_t a, std::int64_t b) {
   return (a % b != 0 && ((a < 0) != (b < 0))) ? q - 1 : q;
 }
 
-// `value` in exactly `digits` decimal digits (0 <= value < 10^digits).
-void appendDigits(std::string& out, std::int64_t value, int digits) {
-  char buffer[24];
-  for (int i = digits - 1; i >= 0; --i) {
-    buffer[i] = static_cast<char>('0' + value % 10);
-    value /= 10;
-  }
-  out.append(buffer, static_cast<std::size_t>(digits));
-}
+void appendDigits(std::string& out, std::int64_t value, int digits) { ovAppendDigits(out, value, digits); }
 
 // Proleptic Gregorian date of a day count from 1970-01-01.
 void appendDate(std::string& out, std::int64_t days) {
@@ -166,6 +157,12 @@ std::string elementText(const ovArray* a, std::size_t i, bool quoted) {
   const void* data = flat ? ovGetData(a) : nullptr;
   const void* imag = flat && ovIsComplex(a) ? ovGetImagData(a) : nullptr;
   auto at = [&](auto tag) { return static_cast<const decltype(tag)*>(data)[i]; };
+  if (ovIsInteger(a)) {
+    return ovVisitClass(ovGetClassID(a), [&](auto tag) -> std::string {
+      if constexpr (decltype(tag)::isInteger) return std::to_string(at(typename decltype(tag)::Element{}));
+      return {};
+    });
+  }
   switch (ovGetClassID(a)) {
     case ovClassID::Double:
       return imag ? complexText(at(double{}), static_cast<const double*>(imag)[i])
@@ -173,14 +170,6 @@ std::string elementText(const ovArray* a, std::size_t i, bool quoted) {
     case ovClassID::Single:
       return imag ? complexText(at(float{}), static_cast<const float*>(imag)[i])
                   : floatText(at(float{}));
-    case ovClassID::Int8: return std::to_string(at(std::int8_t{}));
-    case ovClassID::UInt8: return std::to_string(at(std::uint8_t{}));
-    case ovClassID::Int16: return std::to_string(at(std::int16_t{}));
-    case ovClassID::UInt16: return std::to_string(at(std::uint16_t{}));
-    case ovClassID::Int32: return std::to_string(at(std::int32_t{}));
-    case ovClassID::UInt32: return std::to_string(at(std::uint32_t{}));
-    case ovClassID::Int64: return std::to_string(at(std::int64_t{}));
-    case ovClassID::UInt64: return std::to_string(at(std::uint64_t{}));
     case ovClassID::Logical: return at(bool{}) ? "true" : "false";
     case ovClassID::Char: {
       const char16_t c = at(char16_t{});
@@ -195,16 +184,11 @@ std::string elementText(const ovArray* a, std::size_t i, bool quoted) {
       return datetimeText(ovGetTicks(a)[i], ovGetTimeUnit(a), ovGetTimeZone(a));
     case ovClassID::Duration: return durationText(ovGetTicks(a)[i], ovGetTimeUnit(a));
     case ovClassID::Categorical: {
-      const std::int32_t code = ovGetCategoryCodes(a)[i];
-      const ovArray* categories = ovGetCategories(a);
-      if (code < 0 || static_cast<std::size_t>(code) >= ovGetNumberOfElements(categories)) {
-        return "<undefined>";
-      }
-      const auto text = ovGetStringView(categories, static_cast<std::size_t>(code));
-      return quoted ? quotedText(text, '"') : escapedText(text, false);
+      const auto text = ovCategoryText(a, i);
+      if (!text) return "<undefined>";
+      return quoted ? quotedText(*text, '"') : escapedText(*text, false);
     }
-    case ovClassID::Cell:
-    case ovClassID::Struct: break;
+    default: break;  // cells and structs; the integers are above
   }
   return summary(a);
 }

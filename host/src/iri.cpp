@@ -4,6 +4,7 @@
 // Local paths are made absolute against the working directory and normalised
 // lexically (symbolic links are kept as written). The stored text never holds
 // user information, so a password given in a location cannot reach a message.
+#include <ovparquet/host/ascii.hpp>
 #include <ovparquet/host/error.hpp>
 #include <ovparquet/host/iri.hpp>
 #include <ovparquet/host/redact.hpp>
@@ -21,16 +22,6 @@ namespace {
 
 bool isAlpha(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
-
-char asciiLower(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
-
-bool equalsIgnoringCase(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    if (asciiLower(a[i]) != asciiLower(b[i])) return false;
-  }
-  return true;
-}
 
 // Length of the scheme at the start of `text` (ALPHA *(ALPHA / DIGIT / "+" /
 // "-" / ".") followed by ':'), or 0 when the text does not start with one.
@@ -159,7 +150,7 @@ Iri Iri::absolute(const ustring& nameOrIri) {
 
   const std::string scheme = name.substr(0, schemeLen);
   const std::string rest = name.substr(schemeLen + 1);
-  const bool local = equalsIgnoringCase(scheme, "file");
+  const bool local = equalsIgnoringAsciiCase(scheme, "file");
 
   // Split "//authority" from the rest, dropping user information.
   std::string authority;
@@ -206,7 +197,7 @@ Iri Iri::absolute(const ustring& nameOrIri) {
 
   std::string path = percentDecode(rawPath);
   if (local) {
-    if (!authority.empty() && !equalsIgnoringCase(authority, "localhost")) {
+    if (!authority.empty() && !equalsIgnoringAsciiCase(authority, "localhost")) {
       throwMalformed(text, "the host '" + authority + "' is not this computer");
     }
     if (pathEnd != std::string::npos || queryStart != std::string::npos) {

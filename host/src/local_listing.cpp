@@ -1,6 +1,7 @@
 // Listing local directories for the "file" scheme.
 #include "local_file.hpp"
 
+#include <ovparquet/host/ascii.hpp>
 #include <ovparquet/host/error.hpp>
 
 #include <algorithm>
@@ -20,9 +21,8 @@ Listing listLocalDirectory(const Iri& location, const ustring& asGiven) {
 
   // A name given as a path keeps its spelling; a "file:" IRI lists as paths.
   std::string given = ustring_to_utf8(asGiven);
-  std::string head = given.substr(0, 5);
-  for (char& c : head) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  const fs::path base = head == "file:" ? fs::path(path) : fs::path(given);
+  const bool fileIri = equalsIgnoringAsciiCase(std::string_view(given).substr(0, 5), "file:");
+  const fs::path base = fileIri ? fs::path(path) : fs::path(given);
   std::vector<std::string> files;
   for (fs::recursive_directory_iterator it(base, fs::directory_options::skip_permission_denied, error), end;
        !error && it != end; it.increment(error)) {

@@ -1,3 +1,4 @@
+#include <ovparquet/host/ascii.hpp>
 #include <ovparquet/host/error.hpp>
 #include <ovparquet/host/memory.hpp>
 
@@ -50,8 +51,7 @@ std::optional<std::uint64_t> parseByteSize(const std::string& text) {
       std::count(number.begin(), number.end(), '.') > 1) {
     return std::nullopt;
   }
-  std::string unit;
-  for (std::size_t i = end; i < text.size(); ++i) unit += static_cast<char>(std::tolower(static_cast<unsigned char>(text[i])));
+  const std::string unit = asciiLowered(std::string_view(text).substr(end));
   int power = 0;
   if (!unit.empty()) {
     const std::string prefixes = "kmgt";

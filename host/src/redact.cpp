@@ -1,5 +1,6 @@
 // Credentials in locations, found without a full parse: a text may hold any
 // number of locations among other words.
+#include <ovparquet/host/ascii.hpp>
 #include <ovparquet/host/redact.hpp>
 
 #include <algorithm>
@@ -11,12 +12,6 @@ namespace {
 bool endsLocation(char c) {
   return std::isspace(static_cast<unsigned char>(c)) != 0 || c == '\'' || c == '"' || c == '<' || c == '>' ||
          c == ')' || c == ',';
-}
-
-bool equalsIgnoringCase(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-           return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
-         });
 }
 
 // Drops "user:secret@" after every "://".
@@ -56,7 +51,7 @@ bool isSecretParameter(std::string_view name) {
       "signature",  "awsaccesskeyid", "token",     "password",        "sig",              "x-goog-signature",
       "x-goog-credential"};
   return std::any_of(std::begin(kSecret), std::end(kSecret),
-                     [name](std::string_view secret) { return equalsIgnoringCase(name, secret); });
+                     [name](std::string_view secret) { return equalsIgnoringAsciiCase(name, secret); });
 }
 
 std::string redactLocationSecrets(std::string text) {

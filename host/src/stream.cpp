@@ -3,6 +3,7 @@
 #include "local_file.hpp"
 #include "s3_file.hpp"
 
+#include <ovparquet/host/ascii.hpp>
 #include <ovparquet/host/error.hpp>
 #include <ovparquet/host/stream.hpp>
 
@@ -15,13 +16,6 @@
 namespace orvane::vfs {
 namespace {
 
-std::string lowerAscii(std::string text) {
-  for (char& c : text) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return text;
-}
-
 // Openers and listers by lowercase scheme; "file", "s3" and "hdfs" are there
 // from the start.
 class SchemeRegistry {
@@ -33,12 +27,12 @@ class SchemeRegistry {
 
   void add(const std::string& scheme, SchemeOpener opener) {
     std::lock_guard<std::mutex> lock(mMutex);
-    mOpeners[lowerAscii(scheme)] = std::move(opener);
+    mOpeners[asciiLowered(scheme)] = std::move(opener);
   }
 
   void add(const std::string& scheme, SchemeLister lister) {
     std::lock_guard<std::mutex> lock(mMutex);
-    mListers[lowerAscii(scheme)] = std::move(lister);
+    mListers[asciiLowered(scheme)] = std::move(lister);
   }
 
   // Copies, so that they run without the lock held.
@@ -58,7 +52,7 @@ class SchemeRegistry {
   template <typename Value>
   Value find(const std::map<std::string, Value>& table, const std::string& scheme) const {
     std::lock_guard<std::mutex> lock(mMutex);
-    const auto it = table.find(lowerAscii(scheme));
+    const auto it = table.find(asciiLowered(scheme));
     return it == table.end() ? Value() : it->second;
   }
 

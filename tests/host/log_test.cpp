@@ -1,4 +1,4 @@
-#include <ovparquet/host/log.hpp>
+#include <ovparquet/host/logger.hpp>
 
 #include <boost/log/sources/record_ostream.hpp>
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 #include <ovparquet/host/error.hpp>
-#include <ovparquet/host/log.hpp>
+#include <ovparquet/host/logger.hpp>
 #include <ovparquet/host/message.hpp>
 #include <ovparquet/host/redact.hpp>
 

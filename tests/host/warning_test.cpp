@@ -5,8 +5,14 @@
 namespace orvane {
 namespace {
 
-const Message kWarning = Message::make("ORVANE:parquetio:write", "RowGroupedListOfDictionaries",
-                                       std::string("tags"));
+// Warnings of a layer above the host, whose texts it registers as every
+// layer does.
+const CatalogRegistration kLayerEntries{
+    {"ORVANE:layer:ListOfDictionaries", "Variable '{1}' holds dictionary-encoded values inside a list.", 1},
+    {"ORVANE:layer:NestedDictionaries", "Variable '{1}' holds dictionary-encoded values deep inside lists.", 1},
+};
+
+const Message kWarning = Message::make("ORVANE:layer", "ListOfDictionaries", std::string("tags"));
 
 TEST(Warning, DefaultHandlerPrintsToStandardError) {
   testing::internal::CaptureStderr();
@@ -21,10 +27,9 @@ TEST(Warning, CaptureCollectsInOrderAndNests) {
   ovWarningMsgId(kWarning);
   {
     ScopedWarningCapture inner;
-    ovWarningMsgId(Message::make("ORVANE:parquetio:write", "NestedRowGroupedListOfDictionaries",
-                                 std::string("deep")));
+    ovWarningMsgId(Message::make("ORVANE:layer", "NestedDictionaries", std::string("deep")));
     ASSERT_EQ(inner.warnings().size(), 1u);
-    EXPECT_EQ(inner.warnings()[0].key, "NestedRowGroupedListOfDictionaries");
+    EXPECT_EQ(inner.warnings()[0].key, "NestedDictionaries");
   }
   ovWarningMsgId(kWarning);
   ASSERT_EQ(outer.warnings().size(), 2u);
@@ -38,7 +43,7 @@ TEST(Warning, ReplaceableHandler) {
   ovWarningMsgId(kWarning);
   setWarningHandler(std::move(previous));
   ASSERT_EQ(seen.size(), 1u);
-  EXPECT_EQ(seen[0], "ORVANE:parquetio:write:RowGroupedListOfDictionaries");
+  EXPECT_EQ(seen[0], "ORVANE:layer:ListOfDictionaries");
   // Restored: the default handler prints again.
   testing::internal::CaptureStderr();
   ovWarningMsgId(kWarning);

@@ -1,54 +1,20 @@
 // ovparquet_write: an Octave table struct to a Parquet file.
 //
-// Nothing appears under the file's name unless the whole write succeeds: a
-// local file is written to a hidden sibling and renamed when complete, and
-// the sibling is removed on any failure or interrupt.
+// Nothing appears under the file's name unless the whole write succeeds: the
+// writer writes through the file system's commit-on-close temporary, and any
+// failure or interrupt discards it before the writer is gone.
 #include "binding.h"
 
 #include <ovparquet/convert/to_arrow.hpp>
 #include <ovparquet/core/common/MessageException.hpp>
 #include <ovparquet/core/write/ParquetWriter.hpp>
-#include <ovparquet/host/error.hpp>
-#include <ovparquet/host/iri.hpp>
 
-#include <arrow/extension_type.h>
 #include <arrow/table.h>
-#include <arrow/type.h>
-
-#include <unistd.h>
-
-#include <filesystem>
 
 using namespace ovparquet::octave_binding;
 namespace core = orvane::io::parquet::core;
-namespace fs = std::filesystem;
 
 namespace {
-
-// The dotted Parquet paths of the leaf columns beneath a field, as the
-// writer names them (compliant nested names).
-void leaf_paths(const ::arrow::DataType& type, const std::string& path, std::vector<orvane::ustring>& out) {
-  switch (type.id()) {
-    case ::arrow::Type::LIST:
-    case ::arrow::Type::LARGE_LIST:
-    case ::arrow::Type::FIXED_SIZE_LIST:
-      leaf_paths(*static_cast<const ::arrow::BaseListType&>(type).value_type(), path + ".list.element", out);
-      return;
-    case ::arrow::Type::MAP: {
-      const auto& map = static_cast<const ::arrow::MapType&>(type);
-      leaf_paths(*map.key_type(), path + ".key_value." + map.key_field()->name(), out);
-      leaf_paths(*map.item_type(), path + ".key_value." + map.item_field()->name(), out);
-      return;
-    }
-    case ::arrow::Type::STRUCT:
-      for (const auto& child : type.fields()) leaf_paths(*child->type(), path + "." + child->name(), out);
-      return;
-    case ::arrow::Type::EXTENSION:
-      leaf_paths(*static_cast<const ::arrow::ExtensionType&>(type).storage_type(), path, out);
-      return;
-    default: out.push_back(host_text(path)); return;
-  }
-}
 
 std::vector<std::string> per_variable(const octave_value& value, const std::string& option, std::size_t variables) {
   const auto list = text_list_argument(value, "Option \"" + option + "\"");
@@ -59,59 +25,6 @@ std::vector<std::string> per_variable(const octave_value& value, const std::stri
   }
   return list;
 }
-
-// Where the writer writes, and the move into place afterwards.
-class Target {
- public:
-  explicit Target(const std::string& file) : mFile(file) {
-    const auto iri = orvane::vfs::Iri::absolute(host_text(file));
-    if (iri.isLocal()) {
-      mFinal = iri.localPath();
-      mPartial = mFinal.parent_path() / ("." + mFinal.filename().string() + ".partial-" + std::to_string(getpid()));
-      mWriteTo = mPartial.string();
-    } else {
-      mWriteTo = file;  // object stores have no rename; the writer's own cleanup applies
-    }
-  }
-  ~Target() { discard(); }
-  const std::string& writeTo() const { return mWriteTo; }
-  void commit() {
-    if (mPartial.empty()) return;
-    std::error_code ec;
-    fs::rename(mPartial, mFinal, ec);
-    if (ec) throw BindingError("CannotRename", "Unable to move the written file to '" + mFile + "': " + ec.message() + ".");
-    mPartial.clear();
-  }
-  void discard() noexcept {
-    if (mPartial.empty()) return;
-    std::error_code ec;
-    fs::remove(mPartial, ec);
-    mPartial.clear();
-  }
-  // The user's file name instead of the hidden sibling in a message.
-  orvane::Message rename(orvane::Message message) const {
-    if (mPartial.empty()) return message;
-    const std::string from = mPartial.string();
-    const auto replace = [&](std::string text) {
-      for (auto p = text.find(from); p != std::string::npos; p = text.find(from, p + mFile.size())) text.replace(p, from.size(), mFile);
-      return text;
-    };
-    for (auto& argument : message.arguments) {
-      if (auto* s = std::get_if<std::string>(&argument)) {
-        *s = replace(*s);
-      } else if (auto* u = std::get_if<orvane::ustring>(&argument)) {
-        *u = orvane::to_ustring(replace(utf8_text(*u)));
-      }
-    }
-    return message;
-  }
-
- private:
-  std::string mFile;
-  std::string mWriteTo;
-  fs::path mFinal;
-  fs::path mPartial;
-};
 
 void write_table(core::write::ParquetWriter& writer, const ovArray* table, const Options& options) {
   const std::size_t variables = ovTableNumVariables(table);
@@ -132,13 +45,8 @@ void write_table(core::write::ParquetWriter& writer, const ovArray* table, const
     // through its paths in the schema the writer will write.
     auto arrowTable = orvane::io::arrow::core::to_arrow_table(table);
     if (!arrowTable.ok()) throw BindingError("InvalidTable", "The table cannot be written: " + arrowTable.status().message());
-    std::vector<std::uint64_t> offsets{0};
-    std::vector<orvane::ustring> paths;
-    for (const auto& field : (*arrowTable)->schema()->fields()) {
-      leaf_paths(*field->type(), field->name(), paths);
-      offsets.push_back(paths.size());
-    }
-    writer.setLeafColumnPaths(offsets, paths);
+    const auto leaves = core::write::LeafColumnPaths::ofSchema(*(*arrowTable)->schema(), writer.getUseCompliantNestedTypes());
+    writer.setLeafColumnPaths(leaves.offsets(), leaves.paths());
     if (options.count("Compression")) writer.setVariableCompression(per_variable(options.at("Compression"), "Compression", variables));
     if (options.count("Encoding")) writer.setVariableEncoding(per_variable(options.at("Encoding"), "Encoding", variables));
   }
@@ -217,26 +125,13 @@ ovparquet_write (\"out.parquet\", t, \"Compression\", \"zstd\", \"RowGroupHeight
         args, 2, {"Compression", "Encoding", "Version", "RowGroupHeights", "MaxRowGroupLength", "StoreArrowSchema"},
         "ovparquet_write");
     const auto table = octave_to_table(args(1));
-    Target target(file);
+    core::write::ParquetWriter writer(host_text(file));
     try {
-      core::write::ParquetWriter writer(host_text(target.writeTo()));
       write_table(writer, table.get(), options);
-    } catch (const core::common::MessageError& e) {
-      auto message = target.rename(e.message());
-      target.discard();
-      throw core::common::MessageError(std::move(message));
-    } catch (const orvane::InterruptError&) {
-      target.discard();
-      throw;
-    } catch (const orvane::HostError& e) {
-      auto message = target.rename(e.message());
-      target.discard();
-      throw orvane::HostError(std::move(message));
     } catch (...) {
-      target.discard();
+      writer.discard();
       throw;
     }
-    target.commit();
     return octave_value_list();
   });
 }

@@ -18,6 +18,8 @@
 // missing field of a struct element is [].
 #include "binding.h"
 
+#include <ovparquet/host/class_visit.hpp>
+
 #include <octave/Cell.h>
 #include <octave/parse.h>
 
@@ -66,30 +68,34 @@ octave_value as_double_with_nan(const ovArray* column, std::size_t n) {
   return octave_value(out);
 }
 
+// The Octave array of each integer element type.
+template <typename T> struct octave_integer_array;
+template <> struct octave_integer_array<std::int8_t> { using type = int8NDArray; };
+template <> struct octave_integer_array<std::uint8_t> { using type = uint8NDArray; };
+template <> struct octave_integer_array<std::int16_t> { using type = int16NDArray; };
+template <> struct octave_integer_array<std::uint16_t> { using type = uint16NDArray; };
+template <> struct octave_integer_array<std::int32_t> { using type = int32NDArray; };
+template <> struct octave_integer_array<std::uint32_t> { using type = uint32NDArray; };
+template <> struct octave_integer_array<std::int64_t> { using type = int64NDArray; };
+template <> struct octave_integer_array<std::uint64_t> { using type = uint64NDArray; };
+
 octave_value integer_column(const ovArray* column, std::size_t n, bool asDouble) {
-  switch (ovGetClassID(column)) {
-#define OVPARQUET_INT(ID, T, OCT)                                      \
-  case ovClassID::ID:                                                  \
-    return asDouble ? as_double_with_nan<T>(column, n) : copy_numeric<OCT, T>(column, n);
-    OVPARQUET_INT(Int8, std::int8_t, int8NDArray)
-    OVPARQUET_INT(UInt8, std::uint8_t, uint8NDArray)
-    OVPARQUET_INT(Int16, std::int16_t, int16NDArray)
-    OVPARQUET_INT(UInt16, std::uint16_t, uint16NDArray)
-    OVPARQUET_INT(Int32, std::int32_t, int32NDArray)
-    OVPARQUET_INT(UInt32, std::uint32_t, uint32NDArray)
-    OVPARQUET_INT(Int64, std::int64_t, int64NDArray)
-    OVPARQUET_INT(UInt64, std::uint64_t, uint64NDArray)
-#undef OVPARQUET_INT
-    case ovClassID::Logical: {
+  return ovVisitClass(ovGetClassID(column), [&](auto tag) -> octave_value {
+    using Tag = decltype(tag);
+    using T = typename Tag::Element;
+    if constexpr (Tag::isInteger) {
+      return asDouble ? as_double_with_nan<T>(column, n)
+                      : copy_numeric<typename octave_integer_array<T>::type, T>(column, n);
+    } else if constexpr (Tag::id == ovClassID::Logical) {
       if (asDouble) return as_double_with_nan<bool>(column, n);
       boolNDArray out(dim_vector(static_cast<octave_idx_type>(n), 1));
       const bool* in = ovGetTypedData<bool>(column);
       std::copy(in, in + n, out.fortran_vec());
       return octave_value(out);
+    } else {
+      return octave_value();
     }
-    default: break;
-  }
-  return octave_value();
+  });
 }
 
 octave_value text_column(const ovArray* column, std::size_t n) {

@@ -1,6 +1,11 @@
 #include <ovparquet/core/common/MessageException.hpp>
 #include <ovparquet/core/write/LeafColumnPaths.hpp>
 
+#include <arrow/api.h>
+#include <parquet/arrow/schema.h>
+#include <parquet/properties.h>
+#include <parquet/schema.h>
+
 #include <gtest/gtest.h>
 
 namespace orvane::io::parquet::core::write {
@@ -53,6 +58,39 @@ TEST(LeafColumnPaths, SlicesPerColumnAndUnusedLeadingPaths) {
   EXPECT_EQ(skipped->numTopLevelColumns(), 1u);
   const auto [b, e] = skipped->leaf_paths(0);
   EXPECT_EQ(Paths(b, e), (Paths{u"p", u"q"}));
+}
+
+// The leaf paths of the Parquet schema Arrow's writer makes of `schema`.
+Paths writerLeafPaths(const std::shared_ptr<::arrow::Schema>& schema, bool compliant) {
+  ::parquet::ArrowWriterProperties::Builder arrowProps;
+  if (compliant) arrowProps.enable_compliant_nested_types();
+  else arrowProps.disable_compliant_nested_types();
+  std::shared_ptr<::parquet::SchemaDescriptor> descriptor;
+  EXPECT_TRUE(::parquet::arrow::ToParquetSchema(schema.get(), *::parquet::default_writer_properties(),
+                                                *arrowProps.build(), &descriptor)
+                  .ok());
+  Paths paths;
+  for (int i = 0; i < descriptor->num_columns(); ++i) {
+    paths.push_back(utf8_to_ustring(descriptor->Column(i)->path()->ToDotString()));
+  }
+  return paths;
+}
+
+TEST(LeafColumnPaths, OfSchemaNamesTheLeavesAsArrowsWriterDoes) {
+  const auto schema = ::arrow::schema({
+      ::arrow::field("a", ::arrow::int64()),
+      ::arrow::field("v", ::arrow::list(::arrow::int64())),
+      ::arrow::field("p", ::arrow::struct_({::arrow::field("x", ::arrow::utf8()), ::arrow::field("y", ::arrow::float64())})),
+      ::arrow::field("w", ::arrow::large_list(::arrow::struct_({::arrow::field("x", ::arrow::int32())}))),
+      ::arrow::field("m", ::arrow::map(::arrow::utf8(), ::arrow::int64())),
+  });
+  for (const bool compliant : {true, false}) {
+    SCOPED_TRACE(compliant);
+    const LeafColumnPaths paths = LeafColumnPaths::ofSchema(*schema, compliant);
+    EXPECT_EQ(paths.paths(), writerLeafPaths(schema, compliant));
+    EXPECT_EQ(paths.offsets(), (Offsets{0, 1, 2, 4, 5, 7}));
+  }
+  EXPECT_EQ(LeafColumnPaths::ofSchema(*schema, false).paths()[1], u"v.list.item");
 }
 
 }  // namespace

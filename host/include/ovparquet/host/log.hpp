@@ -4,10 +4,10 @@
 // is formed only when its bit is set, and the mask is 0 by default, so a
 // default run forms no record at all. Every logger also carries a per-thread
 // nesting depth, rendered as indentation, which scope traces raise and lower.
-// Records go to one sink: standard error (the default) or a file.
+// Records go to one sink: standard error (the default) or a file. The
+// loggers that form records are in logger.hpp, the one header that brings in
+// Boost.Log.
 #pragma once
-
-#include <boost/log/sources/severity_channel_logger.hpp>
 
 #include <atomic>
 #include <cstdint>
@@ -54,15 +54,5 @@ void flush();
 int depth() noexcept;
 void increaseDepth() noexcept;
 void decreaseDepth() noexcept;
-
-// A logger on one channel: open a record with
-//   open_record(boost::log::keywords::severity = kDetail)
-// fill it through a boost::log::record_ostream and push_record it. Each
-// record carries the channel, the severity, the thread and the thread's
-// nesting depth at the moment it was opened.
-class Logger : public boost::log::sources::severity_channel_logger_mt<unsigned, std::string> {
- public:
-  explicit Logger(const std::string& channel);
-};
 
 }  // namespace orvane::log

@@ -5,6 +5,7 @@
 #include <ovparquet/host/ustring.hpp>
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -50,7 +51,14 @@ struct CatalogEntry {
   std::size_t argumentCount;
 };
 
-// Every entry of the catalog, in identifier order.
+// Adds a layer's entries to the catalog. Each layer keeps its texts beside
+// its message tags in one static registration, made when its library loads:
+//   static const orvane::CatalogRegistration entries{{"ORVANE:x:Key", "Text {1}.", 1}};
+struct CatalogRegistration {
+  explicit CatalogRegistration(std::initializer_list<CatalogEntry> entries);
+};
+
+// Every entry of the catalog (every loaded layer's), in identifier order.
 const std::vector<CatalogEntry>& messageCatalog();
 
 // The entry of an identifier, or nullptr when the catalog has none.

@@ -2,7 +2,7 @@
 // entry.
 #pragma once
 
-#include <ovparquet/host/log.hpp>
+#include <ovparquet/host/logger.hpp>
 #include <ovparquet/host/ustring.hpp>
 
 #include <boost/log/sources/record_ostream.hpp>
@@ -92,8 +92,10 @@ class ScopeTrace {
 
 }  // namespace orvane::io::parquet::core::common
 
-// Opens the scope trace of the enclosing function. Each source file defines
-// `kTraceSource`, its path relative to the library root ("common/Utils").
+// Opens the scope trace of the enclosing function. Each source file that
+// traces defines `kTraceSource`, its own path relative to the library root
+// without the extension ("common/Utils"); the trace keeps it for debuggers,
+// while records carry the function's signature only.
 #define OVPARQUET_TRACE()                                                                          \
   ::orvane::io::parquet::core::common::ScopeTrace ovparquetScopeTrace_(                            \
       &::orvane::io::parquet::core::common::getLogger, __PRETTY_FUNCTION__, kTraceSource, __LINE__)

@@ -4,6 +4,8 @@
 
 #include <ovparquet/core/Types.hpp>
 
+#include <arrow/type_fwd.h>
+
 #include <cstdint>
 #include <memory>
 #include <utility>
@@ -23,6 +25,17 @@ class LeafColumnPaths {
 
   // No checks: column i owns paths [offsets[i], offsets[i+1]).
   LeafColumnPaths(std::vector<uint64_t> offsets, std::vector<ustring> paths);
+
+  // The paths Arrow's Parquet writer gives the leaf columns of each field of
+  // `schema`, with or without compliant nested names:
+  //   list<int64> "v"                 v.list.element   (v.list.item when not compliant)
+  //   struct<x, y> "p"                p.x, p.y
+  //   list<struct<x, y>> "v"          v.list.element.x, v.list.element.y
+  //   map<string, int64> "m"          m.key_value.key, m.key_value.value
+  static LeafColumnPaths ofSchema(const ::arrow::Schema& schema, bool compliantNestedTypes);
+
+  const std::vector<uint64_t>& offsets() const { return mOffsets; }
+  const std::vector<ustring>& paths() const { return mPaths; }
 
   // The paths of top-level column i (i below numTopLevelColumns()).
   std::pair<const_iterator, const_iterator> leaf_paths(size_t i) const;

@@ -1,35 +1,51 @@
 // Writes host tables to one Parquet file. Set the options, then write whole
 // tables (write) or tables cut into row groups of given heights
-// (writeRowGroups) any number of times, then close. The file appears under
-// its name only when closed successfully; a writer destroyed before that
-// leaves nothing behind.
+// (writeRowGroups) any number of times, then close.
+//
+// The file is written through the file system's commit-on-close temporary (a
+// hidden sibling renamed into place, or an upload completed on close), so it
+// appears under its name only when closed successfully. A writer destroyed
+// unclosed closes and completes what it was given, as a destructor must not
+// lose written data; only a writer never written to, or whose close fails,
+// leaves nothing. To leave nothing after a failure or an interrupt, call
+// discard() before the writer is destroyed.
 #pragma once
 
 #include <ovparquet/core/Types.hpp>
-#include <ovparquet/core/common/ReadableWritableFile.hpp>
 #include <ovparquet/core/write/ParquetWriterOptions.hpp>
 #include <ovparquet/host/array.hpp>
 
 #include <arrow/type_fwd.h>
-#include <parquet/arrow/writer.h>
 
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
+namespace parquet::arrow {
+class FileWriter;
+}
+namespace orvane::io::parquet::core::common {
+class ReadableWritableFile;
+}
+
 namespace orvane::io::parquet::core::write {
 
 class ParquetWriter {
  public:
   explicit ParquetWriter(const ustring& filename);
-  // Closes, or discards an unclosed file; never throws.
+  // Closes (completing the file); discards it when never written to or when
+  // the close fails. Never throws.
   ~ParquetWriter();
   ParquetWriter(const ParquetWriter&) = delete;
   ParquetWriter& operator=(const ParquetWriter&) = delete;
 
   // Finishes the file. Does nothing before the first write or after close.
   void close();
+  // Abandons the file: the temporary is removed (an upload aborted) and
+  // nothing appears under the name; later writes raise "InvalidWrite".
+  // Does nothing after close.
+  void discard() noexcept;
 
   // Names, compression and encoding can be set only while still empty; the
   // version once. Violations raise "InvalidWrite".

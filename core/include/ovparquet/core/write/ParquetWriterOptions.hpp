@@ -10,8 +10,15 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace orvane::io::parquet::core::write {
+
+// The compression names setVariableCompression accepts whose codec this
+// build of Arrow can write, in alphabetical order.
+std::vector<std::string> writableCompressionNames();
+// The encoding names setVariableEncoding accepts, in alphabetical order.
+std::vector<std::string> encodingNames();
 
 class ParquetWriterOptions {
  public:

@@ -234,6 +234,33 @@ TEST_F(WriterTest, AnOlderFileStaysUntilCloseAndANeverWrittenWriterLeavesItUncha
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(mDir.path()), {}), 1);
 }
 
+TEST_F(WriterTest, ADiscardedWriterLeavesNothingAndAnOlderFileUnchanged) {
+  const auto fresh = path("discarded.parquet");
+  const auto older = path("older.parquet");
+  ovtest::writeBytes(older, "older content");
+  for (const auto& file : {fresh, older}) {
+    ParquetWriter writer(utf8_to_ustring(file));
+    writer.setVariableNames({u"a", u"b"});
+    writer.write(twoColumns(100).get());
+    writer.discard();
+    EXPECT_EQ(invalidWriteReason([&] { writer.write(twoColumns(2).get()); }), "Invalid: Writer already closed");
+    writer.close();  // nothing to close
+  }
+  EXPECT_FALSE(std::filesystem::exists(fresh));
+  EXPECT_EQ(ovtest::readBytes(older), "older content");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(mDir.path()), {}), 1);
+}
+
+TEST_F(WriterTest, DiscardAfterCloseKeepsTheFile) {
+  const auto file = path("kept.parquet");
+  ParquetWriter writer(utf8_to_ustring(file));
+  writer.setVariableNames({u"a", u"b"});
+  writer.write(twoColumns(3).get());
+  writer.close();
+  writer.discard();
+  EXPECT_EQ(readBack(file)->num_rows(), 3);
+}
+
 TEST_F(WriterTest, AFailedWriteKeepsEarlierRowGroupsAndTheWriterUsable) {
   const auto file = path("partial.parquet");
   {
