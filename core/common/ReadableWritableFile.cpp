@@ -26,6 +26,21 @@ ReadableWritableFile::~ReadableWritableFile() = default;
   mStream->read(static_cast<char*>(out), static_cast<std::streamsize>(nbytes));
   if (mStream->bad()) throw ReadFailure();
   const int64_t count = static_cast<int64_t>(mStream->gcount());
+  if (mMode == OpenMode::Read && count < nbytes) {
+    // A read may come back short only at the end of the file. Short before
+    // it, the device lost bytes (a remote transfer cut off, a file truncated
+    // after opening); Parquet's pre-buffered ranges are sliced at the lengths
+    // asked for, so the missing bytes must be an error, never a short count.
+    mStream->clear();
+    const int64_t reached = static_cast<int64_t>(mStream->tellg());
+    if (reached >= 0 && reached < mSize) {
+      mStream->seekg(0, std::ios::end);
+      mStream->clear();
+      return ::arrow::Status::IOError("Unable to read from the stream: ", count, " of ", nbytes,
+                                      " bytes came back, and the stream stopped at byte ", reached, " of ", mSize,
+                                      ".");
+    }
+  }
   if (isInputMode()) {
     // A short read at the end leaves eof and fail set; clear them so that the
     // stream keeps working for later Seek and Tell calls.

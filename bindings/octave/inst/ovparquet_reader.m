@@ -13,8 +13,9 @@ classdef ovparquet_reader < handle
   ## the row groups not yet read and the options) that can be saved with
   ## @code{save}; @code{ovparquet_reader (@var{state})} resumes from it.
   ##
-  ## Options: @qcode{"Variables"}, @qcode{"RowGroups"}, @qcode{"ByteRange"} and
-  ## @qcode{"MissingAs"}, as for @code{ovparquet_read}.
+  ## Options: @qcode{"Variables"}, @qcode{"RowGroups"}, @qcode{"ByteRange"},
+  ## @qcode{"MissingAs"} and @qcode{"MemoryLimit"}, as for
+  ## @code{ovparquet_read}; the memory limit holds for each row group read.
   ##
   ## Example:
   ## @example
@@ -39,6 +40,9 @@ classdef ovparquet_reader < handle
     Variables = {};
     ## "mask" or "double" (see ovparquet_read).
     MissingAs = "mask";
+    ## The read memory limit of each read ([] for the default; see
+    ## ovparquet_read).
+    MemoryLimit = [];
   endproperties
 
   properties (Access = private)
@@ -61,6 +65,7 @@ classdef ovparquet_reader < handle
       byterange = [];
       vars = {};
       missing = "mask";
+      limit = [];
       if (mod (numel (varargin), 2) != 0)
         error ("ORVANE:octave:MissingOptionValue",
                "ovparquet_reader: options come in name/value pairs.");
@@ -81,9 +86,11 @@ classdef ovparquet_reader < handle
             vars = value;
           case "missingas"
             missing = value;
+          case "memorylimit"
+            limit = ovparquet_reader.check_limit (value);
           otherwise
             error ("ORVANE:octave:UnknownOption",
-                   "ovparquet_reader: unknown option \"%s\" (options: \"Variables\", \"RowGroups\", \"ByteRange\", \"MissingAs\").",
+                   "ovparquet_reader: unknown option \"%s\" (options: \"Variables\", \"RowGroups\", \"ByteRange\", \"MissingAs\", \"MemoryLimit\").",
                    name);
         endswitch
       endfor
@@ -99,6 +106,7 @@ classdef ovparquet_reader < handle
       r.RowGroups = groups;
       r.Variables = vars;
       r.MissingAs = ovparquet_reader.check_missing (missing);
+      r.MemoryLimit = limit;
       r.EmptyOnce = total == 0;
     endfunction
 
@@ -112,6 +120,9 @@ classdef ovparquet_reader < handle
                "Unable to read Parquet file '%s': No more data", r.File);
       endif
       args = {"MissingAs", r.MissingAs};
+      if (! isempty (r.MemoryLimit))
+        args(end+1:end+2) = {"MemoryLimit", r.MemoryLimit};
+      endif
       if (! isempty (r.Variables))
         args(end+1:end+2) = {"Variables", r.Variables};
       endif
@@ -132,6 +143,7 @@ classdef ovparquet_reader < handle
                   "RowGroups", r.RowGroups(r.Next:end),
                   "Variables", {r.Variables},
                   "MissingAs", r.MissingAs,
+                  "MemoryLimit", r.MemoryLimit,
                   "EmptyOnce", r.EmptyOnce && r.Next == 1);
     endfunction
 
@@ -160,6 +172,9 @@ classdef ovparquet_reader < handle
       r.RowGroups = groups;
       r.Variables = s.Variables;
       r.MissingAs = ovparquet_reader.check_missing (s.MissingAs);
+      if (isfield (s, "MemoryLimit") && ! isempty (s.MemoryLimit))
+        r.MemoryLimit = ovparquet_reader.check_limit (s.MemoryLimit);
+      endif
       r.EmptyOnce = isfield (s, "EmptyOnce") && s.EmptyOnce;
     endfunction
 
@@ -173,6 +188,16 @@ classdef ovparquet_reader < handle
                "Option \"MissingAs\" must be \"mask\" or \"double\".");
       endif
       m = lower (m);
+    endfunction
+
+    ## A number of bytes or a size text; the text itself is read by
+    ## ovparquet_read.
+    function v = check_limit (v)
+      if (! ((ischar (v) && rows (v) == 1)
+             || (isnumeric (v) && isreal (v) && isscalar (v) && v >= 1 && v == fix (v))))
+        error ("ORVANE:octave:InvalidOption",
+               "Option \"MemoryLimit\" must be a positive whole number of bytes or a size such as \"512MiB\".");
+      endif
     endfunction
 
   endmethods

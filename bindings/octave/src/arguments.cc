@@ -1,6 +1,7 @@
 // Argument and option checks shared by the compiled functions.
 #include "binding.h"
 
+#include <ovparquet/host/memory.hpp>
 #include <ovparquet/host/ustring.hpp>
 
 #include <algorithm>
@@ -96,6 +97,20 @@ std::vector<double> numbers_option(const octave_value& value, const std::string&
     }
   }
   return out;
+}
+
+std::uint64_t byte_size_option(const octave_value& value, const std::string& name) {
+  const std::string wanted = "Option \"" + name + "\" must be a positive whole number of bytes or a size such as \"512MiB\"";
+  if (value.is_string()) {
+    const std::string text = text_argument(value, "Option \"" + name + "\"");
+    const auto bytes = orvane::parseByteSize(text);
+    if (!bytes || *bytes == 0) throw BindingError("InvalidOption", wanted + ", not \"" + text + "\".");
+    return *bytes;
+  }
+  const double d = number_option(value, name);
+  // 2^64 and above do not fit; the double just below it does.
+  if (!(d >= 1) || d != std::floor(d) || d >= 18446744073709551616.0) throw BindingError("InvalidOption", wanted + ".");
+  return static_cast<std::uint64_t>(d);
 }
 
 MissingAs missing_as_option(const octave_value& value) {

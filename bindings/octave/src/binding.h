@@ -9,6 +9,7 @@
 #include <octave/oct.h>
 #include <octave/ov-struct.h>
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <optional>
@@ -53,6 +54,9 @@ Options parse_options(const octave_value_list& args, int first, const std::vecto
 bool logical_option(const octave_value& value, const std::string& name);
 double number_option(const octave_value& value, const std::string& name);
 std::vector<double> numbers_option(const octave_value& value, const std::string& name);
+// A read memory limit in bytes: a positive whole number, or a text such as
+// "512MiB" or "2GiB".
+std::uint64_t byte_size_option(const octave_value& value, const std::string& name);
 
 // ---------------------------------------------------------------------------
 // Errors, warnings, interrupts

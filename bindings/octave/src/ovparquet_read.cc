@@ -3,12 +3,31 @@
 
 #include <ovparquet/core/read/ReadBudget.hpp>
 #include <ovparquet/core/read/RowGroupParquetReader.hpp>
+#include <ovparquet/host/memory.hpp>
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 
 using namespace ovparquet::octave_binding;
 using orvane::io::parquet::core::read::RowGroupParquetReader;
+
+namespace {
+
+// The read memory limit of one call; the one before comes back on the way
+// out, whether the read succeeds or not.
+class CallMemoryLimit {
+ public:
+  explicit CallMemoryLimit(std::uint64_t bytes) : mBefore(orvane::readMemoryLimit()) { orvane::setReadMemoryLimit(bytes); }
+  ~CallMemoryLimit() { orvane::setReadMemoryLimit(mBefore); }
+  CallMemoryLimit(const CallMemoryLimit&) = delete;
+  CallMemoryLimit& operator=(const CallMemoryLimit&) = delete;
+
+ private:
+  std::uint64_t mBefore;
+};
+
+}  // namespace
 
 DEFUN_DLD(ovparquet_read, args, ,
           "-*- texinfo -*-\n\
@@ -61,6 +80,15 @@ the file; adjacent ranges read every row group exactly once.\n\
 @item @qcode{\"MissingAs\"}\n\
 @qcode{\"mask\"} (default) or @qcode{\"double\"}: integer and logical\n\
 variables as double with NaN for the missing values, without masks.\n\
+@item @qcode{\"MemoryLimit\"}\n\
+the most memory one row group of the read may take, in bytes (a positive\n\
+whole number) or as a text such as @qcode{\"512MiB\"} or @qcode{\"2GiB\"}\n\
+(K, M, G, T: powers of 1024). Before any data is read, what the file's\n\
+footer declares for the row groups and variables asked for is checked\n\
+against it, and a file that declares more fails with\n\
+@qcode{\"ORVANE:parquetio:read:MemoryLimitExceeded\"} naming the file, the\n\
+row group, the bytes it needs and the limit. The default is 4 GiB, or half\n\
+of the physical memory where that is less.\n\
 @end table\n\
 \n\
 Ctrl-C stops the read between row groups. Errors carry the library's\n\
@@ -80,11 +108,14 @@ t.passengers(t.Properties.Missing.passengers)   # the missing ones read as 0\n\
   if (args.length() < 1) print_usage();
   return run_call([&] {
     const std::string file = text_argument(args(0), "The file name");
-    const Options options = parse_options(args, 1, {"Variables", "RowGroups", "ByteRange", "MissingAs"}, "ovparquet_read");
+    const Options options = parse_options(args, 1, {"Variables", "RowGroups", "ByteRange", "MissingAs", "MemoryLimit"},
+                                          "ovparquet_read");
     const MissingAs missing = missing_as_option(options.count("MissingAs") ? options.at("MissingAs") : octave_value());
     if (options.count("RowGroups") && options.count("ByteRange")) {
       throw BindingError("InvalidOption", "ovparquet_read: give \"RowGroups\" or \"ByteRange\", not both.");
     }
+    std::optional<CallMemoryLimit> memoryLimit;
+    if (options.count("MemoryLimit")) memoryLimit.emplace(byte_size_option(options.at("MemoryLimit"), "MemoryLimit"));
     const orvane::ustring name = host_text(file);
 
     std::unique_ptr<RowGroupParquetReader> reader;

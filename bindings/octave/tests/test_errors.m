@@ -36,6 +36,23 @@
 %! check_error ("ovparquet_read (f)", "ORVANE:parquetio:read:MemoryLimitExceeded", "more than the read memory limit");
 
 %!test
+%! ## The read memory limit of one call: a file that fits the default is
+%! ## refused under a smaller limit, by number or by text, and the limit
+%! ## holds for that call only.
+%! f = fullfile (d, "types.parquet");
+%! t = ovparquet_read (f, "MemoryLimit", "1GiB");
+%! assert (numel (t.Properties.VariableNames) > 0);
+%! check_error ("ovparquet_read (f, 'MemoryLimit', 64)", "ORVANE:parquetio:read:MemoryLimitExceeded", "types.parquet");
+%! check_error ("ovparquet_read (f, 'MemoryLimit', '1KiB')", "ORVANE:parquetio:read:MemoryLimitExceeded", "1024");
+%! r = ovparquet_reader (f, "MemoryLimit", 64);
+%! check_error ("read (r)", "ORVANE:parquetio:read:MemoryLimitExceeded", "types.parquet");
+%! assert (isequaln (ovparquet_read (f), t));
+%! check_error ("ovparquet_read (f, 'MemoryLimit', 0)", "ORVANE:octave:InvalidOption", "MemoryLimit");
+%! check_error ("ovparquet_read (f, 'MemoryLimit', 1.5)", "ORVANE:octave:InvalidOption", "positive whole number");
+%! check_error ("ovparquet_read (f, 'MemoryLimit', 'lots')", "ORVANE:octave:InvalidOption", "\"lots\"");
+%! check_error ("ovparquet_reader (f, 'MemoryLimit', -1)", "ORVANE:octave:InvalidOption", "MemoryLimit");
+
+%!test
 %! ## A missing file and a corrupt file: the library's identifiers and
 %! ## catalog texts.
 %! check_error ("ovparquet_read (fullfile (d, 'no-such.parquet'))", "ORVANE:host:FileNotFound", "no such file or directory");
