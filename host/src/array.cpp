@@ -5,6 +5,8 @@
 
 #include <ovparquet/host/error.hpp>
 
+#include <oneapi/tbb/scalable_allocator.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -12,17 +14,33 @@
 #include <new>
 #include <stdexcept>
 
+void* ovArray::operator new(std::size_t size) {
+  if (void* p = scalable_malloc(size)) return p;
+  throw std::bad_alloc();
+}
+
+void ovArray::operator delete(void* p) noexcept { scalable_free(p); }
+
 namespace ovdetail {
 
 namespace {
 
 constexpr std::size_t kAlignment = 64;
 
-struct AlignedDelete {
-  void operator()(void* p) const noexcept { ::operator delete(p, std::align_val_t{kAlignment}); }
+struct AlignedFree {
+  void operator()(void* p) const noexcept { scalable_aligned_free(p); }
 };
 
 }  // namespace
+
+void ScalableFree::operator()(std::uint8_t* p) const noexcept { scalable_free(p); }
+
+MaskPtr allocateMask(std::size_t count, bool zero) {
+  auto* p = static_cast<std::uint8_t*>(scalable_malloc(count == 0 ? 1 : count));
+  if (p == nullptr) throw std::bad_alloc();
+  if (zero) std::memset(p, 0, count);
+  return MaskPtr(p);
+}
 
 const Extra& Extra::none() {
   static const Extra empty;
@@ -35,9 +53,10 @@ Buffer Buffer::allocate(std::size_t bytes, bool zero) {
   std::size_t size = bytes == 0 ? kAlignment : bytes;
   if (size > std::numeric_limits<std::size_t>::max() - kAlignment) throw std::bad_alloc();
   size = (size + kAlignment - 1) / kAlignment * kAlignment;
-  void* p = ::operator new(size, std::align_val_t{kAlignment});
+  void* p = scalable_aligned_malloc(size, kAlignment);
+  if (p == nullptr) throw std::bad_alloc();
   Buffer buffer;
-  buffer.owner = std::shared_ptr<void>(p, AlignedDelete{});
+  buffer.owner = std::shared_ptr<void>(p, AlignedFree{});
   buffer.data = p;
   if (zero) std::memset(p, 0, size);
   return buffer;
@@ -286,7 +305,7 @@ unique_ovarray_ptr ovDuplicateArray(const ovArray* array) {
     }
   }
   if (array->mask) {
-    copy->mask.reset(new std::uint8_t[array->numel]);
+    copy->mask = allocateMask(array->numel, false);
     std::copy_n(array->mask.get(), array->numel, copy->mask.get());
   }
   if (array->extra) {
@@ -556,7 +575,7 @@ const std::uint8_t* ovGetMissingMask(const ovArray* array) noexcept { return arr
 std::uint8_t* ovAllocMissingMask(ovArray* array) {
   requireArray(array);
   if (ovIsContainer(array)) throwClassMismatch("non-container", array);
-  if (!array->mask) array->mask.reset(new std::uint8_t[array->numel]());
+  if (!array->mask) array->mask = allocateMask(array->numel, true);
   return array->mask.get();
 }
 

@@ -20,9 +20,19 @@ struct Buffer {
   bool readOnly = false;
 
   // 64-byte aligned, at least one cache line even for zero bytes; zero-filled
-  // on request, untouched otherwise.
+  // on request, untouched otherwise. From oneTBB's scalable allocator, which
+  // keeps freed large blocks for reuse rather than returning them to the
+  // system, where each reuse would page-fault again.
   static Buffer allocate(std::size_t bytes, bool zero);
 };
+
+// Missing masks come from the scalable allocator too.
+struct ScalableFree {
+  void operator()(std::uint8_t* p) const noexcept;
+};
+using MaskPtr = std::unique_ptr<std::uint8_t[], ScalableFree>;
+// `count` bytes (at least one), zero-filled on request.
+MaskPtr allocateMask(std::size_t count, bool zero);
 
 }  // namespace ovdetail
 
@@ -63,6 +73,12 @@ struct Extra {
 // One struct for every class; each class uses only its own members.
 class ovArray {
  public:
+  // A nested column makes one small array per row, on several threads, and
+  // frees them all together: oneTBB's scalable allocator serves such
+  // headers faster than malloc (no consolidation of freed chunks).
+  static void* operator new(std::size_t size);
+  static void operator delete(void* p) noexcept;
+
   ovClassID classID = ovClassID::Double;
   bool complex = false;
   ovDims dims;  // set by makeArray, always normalised
@@ -73,7 +89,7 @@ class ovArray {
   ovdetail::Buffer real;
 
   // One byte per element, 1 = missing; null when there is no mask.
-  std::unique_ptr<std::uint8_t[]> mask;
+  ovdetail::MaskPtr mask;
 
   // What a converter made the array from; opaque here.
   std::shared_ptr<const ovOrigin> origin;
