@@ -15,29 +15,35 @@
 namespace orvane::io::arrow::core::detail {
 namespace {
 
-// Widens `size` bytes to UTF-16 units and tells whether they were all ASCII
-// (if not, what was written is garbage). Sixteen bytes at a time where SSE2
-// is available: GCC does not vectorise the plain loop at -O2.
+// Widens `size` bytes to UTF-16 units while they are ASCII. Returns false as
+// soon as a block holds a non-ASCII byte (what was written is then garbage).
+// Sixteen bytes at a time where SSE2 is available: GCC does not vectorise
+// the plain loop at -O2.
 bool widenAscii(const char* src, std::size_t size, char16_t* dst) {
-  std::size_t k = 0;
+  constexpr std::size_t kBlock = 4096;
+  for (std::size_t begin = 0; begin < size; begin += kBlock) {
+    const std::size_t end = std::min(size, begin + kBlock);
+    std::size_t k = begin;
 #if defined(__SSE2__)
-  const __m128i zero = _mm_setzero_si128();
-  __m128i seen = zero;
-  for (; k + 16 <= size; k += 16) {
-    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + k));
-    seen = _mm_or_si128(seen, bytes);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + k), _mm_unpacklo_epi8(bytes, zero));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + k + 8), _mm_unpackhi_epi8(bytes, zero));
-  }
-  if (_mm_movemask_epi8(seen) != 0) return false;
+    const __m128i zero = _mm_setzero_si128();
+    __m128i seen = zero;
+    for (; k + 16 <= end; k += 16) {
+      const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + k));
+      seen = _mm_or_si128(seen, bytes);
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + k), _mm_unpacklo_epi8(bytes, zero));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + k + 8), _mm_unpackhi_epi8(bytes, zero));
+    }
+    if (_mm_movemask_epi8(seen) != 0) return false;
 #endif
-  unsigned char tail = 0;
-  for (; k < size; ++k) {
-    const auto c = static_cast<unsigned char>(src[k]);
-    tail |= c;
-    dst[k] = c;
+    unsigned char tail = 0;
+    for (; k < end; ++k) {
+      const auto c = static_cast<unsigned char>(src[k]);
+      tail |= c;
+      dst[k] = c;
+    }
+    if (tail >= 0x80) return false;
   }
-  return tail < 0x80;
+  return true;
 }
 
 const char* charsOf(const Segment& segment) {
@@ -109,58 +115,6 @@ std::size_t decodeValidUtf8(const char* text, std::size_t size, char16_t* dst) {
   return static_cast<std::size_t>(dst - start);
 }
 
-// Appends UTF-16 units to a text through a buffer that stays in the cache,
-// so the text's memory is written once: a std::u16string cannot grow without
-// zero-filling first, which would write all of it twice.
-class Utf16Appender {
- public:
-  static constexpr std::size_t kUnits = 8192;
-
-  explicit Utf16Appender(orvane::ustring& text) : mText(text) {}
-
-  // Units appended so far.
-  std::size_t size() const noexcept { return mText.size() + mUsed; }
-
-  // Room for up to `n` units, to be followed by commit().
-  char16_t* room(std::size_t n) {
-    if (mUsed + n > kUnits) flush();
-    if (n <= kUnits) return mBuffer + mUsed;
-    // Longer than the buffer: written in place (zero-filled first, but such
-    // values are few).
-    mInPlace = mText.size();
-    mText.resize(mInPlace + n);
-    return mText.data() + mInPlace;
-  }
-
-  // Keeps the first `units` units written to the last room().
-  void commit(std::size_t units) {
-    if (mInPlace != kNone) {
-      mText.resize(mInPlace + units);
-      mInPlace = kNone;
-    } else {
-      mUsed += units;
-    }
-  }
-
-  // Drops everything appended after the first `units` units.
-  void truncate(std::size_t units) {
-    flush();
-    mText.resize(units);
-  }
-
-  void flush() {
-    mText.append(mBuffer, mUsed);
-    mUsed = 0;
-  }
-
- private:
-  static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
-  orvane::ustring& mText;
-  std::size_t mUsed = 0;
-  std::size_t mInPlace = kNone;
-  char16_t mBuffer[kUnits];
-};
-
 template <typename Offset>
 unique_ovarray_ptr readStrings(Segments segments, std::size_t rows, ParentMissing parentMissing,
                                ReadContext& context) {
@@ -172,13 +126,14 @@ unique_ovarray_ptr readStrings(Segments segments, std::size_t rows, ParentMissin
     bytes += static_cast<std::size_t>(offsets[segment.length] - offsets[0]);
   }
   // UTF-16 never needs more units than UTF-8 has bytes (an invalid sequence
-  // of one or more bytes becomes one unit), so the text never grows past
-  // this, and is trimmed at the end.
-  orvane::ustring text;
-  text.reserve(bytes);
-  Utf16Appender appender(text);
+  // of one or more bytes becomes one unit), so the text is written in place,
+  // into memory nothing has written before, and trimmed at the end.
+  auto array = ovCreateUninitStringArray(ovDims{rows, 1}, bytes);
+  char16_t* const begin = ovGetStringTextMutable(array.get());
+  std::int64_t* const hostOffsets = ovGetStringOffsetsMutable(array.get());
+  hostOffsets[0] = 0;
+  char16_t* dst = begin;
   orvane::ustring scratch;
-  std::vector<std::int64_t> hostOffsets(rows + 1);
   std::uint64_t invalidValues = 0;
   std::size_t row = 0;
   for (const Segment& segment : segments) {
@@ -186,36 +141,27 @@ unique_ovarray_ptr readStrings(Segments segments, std::size_t rows, ParentMissin
     const Offset* offsets = offsetsOf<Offset>(segment);
     const char* chars = charsOf(segment);
     const std::uint8_t* segmentMissing = missing.empty() ? nullptr : missing.data() + row;
-    std::int64_t* out = hostOffsets.data() + row + 1;
+    std::int64_t* out = hostOffsets + row + 1;
     row += static_cast<std::size_t>(segment.length);
     if (segmentMissing == nullptr) {
       // Fast path: the whole segment is ASCII, so the offsets carry over.
       const auto size = static_cast<std::size_t>(offsets[segment.length] - offsets[0]);
-      const std::size_t mark = appender.size();
-      bool ascii = true;
-      for (std::size_t k = 0; k < size && ascii; k += Utf16Appender::kUnits) {
-        const std::size_t n = std::min(size - k, Utf16Appender::kUnits);
-        ascii = widenAscii(chars + offsets[0] + k, n, appender.room(n));
-        appender.commit(ascii ? n : 0);
-      }
-      if (ascii) {
-        const std::int64_t shift =
-            static_cast<std::int64_t>(mark) - static_cast<std::int64_t>(offsets[0]);
+      if (widenAscii(chars + offsets[0], size, dst)) {
+        const std::int64_t shift = (dst - begin) - static_cast<std::int64_t>(offsets[0]);
         for (std::int64_t j = 0; j < segment.length; ++j) {
           out[j] = static_cast<std::int64_t>(offsets[j + 1]) + shift;
         }
+        dst += size;
         continue;
       }
-      appender.truncate(mark);
     }
     for (std::int64_t j = 0; j < segment.length; ++j) {
       if (segmentMissing == nullptr || segmentMissing[j] == 0) {
         const char* value = chars + offsets[j];
         const auto size = static_cast<std::size_t>(offsets[j + 1] - offsets[j]);
-        char16_t* dst = appender.room(size);
         const std::size_t units = decodeValidUtf8(value, size, dst);
         if (units != kInvalid) {
-          appender.commit(units);
+          dst += units;
         } else {
           // Ill-formed: the host's converter replaces each bad sequence.
           scratch.clear();
@@ -223,17 +169,14 @@ unique_ovarray_ptr readStrings(Segments segments, std::size_t rows, ParentMissin
             ++invalidValues;
           }
           std::memcpy(dst, scratch.data(), scratch.size() * sizeof(char16_t));
-          appender.commit(scratch.size());
+          dst += scratch.size();
         }
       }
-      out[j] = static_cast<std::int64_t>(appender.size());
+      out[j] = dst - begin;
     }
   }
-  appender.flush();
-  if (text.size() < bytes / 2) text.shrink_to_fit();
+  ovFinishStringArray(array.get(), static_cast<std::size_t>(dst - begin));
   context.addInvalidUtf8Values(invalidValues);
-  auto array = ovCreateStringArrayFromBuffers(ovDims{rows, 1}, std::move(text),
-                                              std::move(hostOffsets));
   if (!missing.empty()) std::memcpy(ovAllocMissingMask(array.get()), missing.data(), rows);
   return array;
 }

@@ -195,7 +195,15 @@ void writeMissingValue(ovArray& array, std::size_t index) {
 void setStringElement(ovArray& array, std::size_t index, std::u16string_view text) {
   const auto begin = static_cast<std::size_t>(array.more().offsets[index]);
   const auto end = static_cast<std::size_t>(array.more().offsets[index + 1]);
-  array.more().text.replace(begin, end - begin, text);
+  Text& all = array.more().text;
+  const std::size_t old = end - begin;
+  if (text.size() > old) {
+    all.insert(all.begin() + static_cast<std::ptrdiff_t>(end), text.size() - old, u'\0');
+  } else {
+    all.erase(all.begin() + static_cast<std::ptrdiff_t>(begin + text.size()),
+              all.begin() + static_cast<std::ptrdiff_t>(end));
+  }
+  std::copy(text.begin(), text.end(), all.begin() + static_cast<std::ptrdiff_t>(begin));
   const auto delta = static_cast<std::int64_t>(text.size()) - static_cast<std::int64_t>(end - begin);
   if (delta != 0) {
     for (std::size_t i = index + 1; i <= array.numel; ++i) array.more().offsets[i] += delta;
