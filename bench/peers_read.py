@@ -1,9 +1,11 @@
-"""The peers' side of read_bench.cpp: the same files (left by read_bench in
-$TMPDIR/ovparquet-read-bench) read whole with pyarrow -> pandas, polars and
-DuckDB -> numpy, best of 5; the files are removed afterwards."""
+"""The peers' side of read_bench.cpp: the same files read whole with
+pyarrow -> pandas, polars and DuckDB -> numpy, best of 5.
+
+The files are those read_bench left in the folder OVPARQUET_READ_BENCH_DIR
+names (or the folder given as the first argument); bench/run.sh makes that
+folder and removes it, so this script leaves it alone."""
 import os
-import shutil
-import tempfile
+import sys
 import time
 
 import duckdb
@@ -21,9 +23,9 @@ def best(f, repetitions=5):
 
 
 def main():
-    folder = os.path.join(tempfile.gettempdir(), "ovparquet-read-bench")
-    if not os.path.isdir(folder):
-        print("no files: run read_bench first")
+    folder = sys.argv[1] if len(sys.argv) > 1 else os.environ.get("OVPARQUET_READ_BENCH_DIR", "")
+    if not folder or not os.path.isdir(folder):
+        print("no files: run read_bench with OVPARQUET_READ_BENCH_DIR set first (bench/run.sh does)")
         return
     for label in ("numeric", "strings", "nested", "mixed"):
         path = os.path.join(folder, label + ".parquet")
@@ -34,7 +36,6 @@ def main():
         ddb = best(lambda: duckdb.sql(f"SELECT * FROM read_parquet('{path}')").fetchnumpy())
         print(f"{label:8} pyarrow->pandas {pandas * 1e3:8.1f} ms   polars {polars * 1e3:8.1f} ms   "
               f"DuckDB->numpy {ddb * 1e3:8.1f} ms")
-    shutil.rmtree(folder)
 
 
 if __name__ == "__main__":

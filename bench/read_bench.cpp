@@ -2,13 +2,17 @@
 // against Arrow's own ReadTable through Arrow's local file, on the same
 // files in one run: numeric-heavy (10M rows x 8 double and int64 columns),
 // string-heavy (2M rows x 4 string columns), nested (lists and structs) and
-// mixed records (5M trip records). The files stay in
-// $TMPDIR/ovparquet-read-bench for bench/peers_read.py, which reads them with
-// the peers and removes them.
+// mixed records (5M trip records).
 //
-//   read_bench            every kind, timed
-//   read_bench ours FILE  one whole read into host arrays (for /usr/bin/time)
-//   read_bench arrow FILE one Arrow ReadTable
+// The files are written to the folder OVPARQUET_READ_BENCH_DIR names, and
+// left there for bench/peers_read.py (bench/run.sh makes that folder and
+// removes it). Without it, each run writes to a fresh folder of its own and
+// removes it at the end, so concurrent runs never share files.
+//
+//   read_bench [KIND...]  every kind (or the kinds named), timed
+//   read_bench ours FILE [N]  one (or N) whole reads into host arrays (for
+//                             /usr/bin/time, or a profiler)
+//   read_bench arrow FILE [N] one (or N) Arrow ReadTable
 #include <ovparquet/core/read/RowGroupParquetReader.hpp>
 #include <ovparquet/host/threads.hpp>
 
@@ -18,8 +22,13 @@
 #include <parquet/arrow/reader.h>
 #include <parquet/arrow/writer.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
+#include <string>
+#include <vector>
 
 #include "Timing.hpp"
 
@@ -158,20 +167,40 @@ void run(const char* label, const std::shared_ptr<arrow::Table>& table, const st
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc == 3) {
-    const std::string what = argv[1];
-    if (what == "ours") {
-      readWithOurs(argv[2]);
-    } else {
-      readWithArrow(argv[2]);
+  if ((argc == 3 || argc == 4) && (std::strcmp(argv[1], "ours") == 0 || std::strcmp(argv[1], "arrow") == 0)) {
+    const bool ours = std::strcmp(argv[1], "ours") == 0;
+    const int repeat = argc == 4 ? std::max(1, std::atoi(argv[3])) : 1;
+    for (int r = 0; r < repeat; ++r) {
+      if (ours) {
+        readWithOurs(argv[2]);
+      } else {
+        readWithArrow(argv[2]);
+      }
     }
     return 0;
   }
-  const auto dir = std::filesystem::temp_directory_path() / "ovparquet-read-bench";
-  std::filesystem::create_directories(dir);
-  run("numeric", numericTable(10'000'000), (dir / "numeric.parquet").string());
-  run("strings", stringTable(2'000'000), (dir / "strings.parquet").string());
-  run("nested", nestedTable(2'000'000), (dir / "nested.parquet").string());
-  run("mixed", mixedTable(5'000'000), (dir / "mixed.parquet").string());
+  std::vector<std::string> kinds(argv + 1, argv + argc);
+  auto wanted = [&](const char* kind) {
+    return kinds.empty() || std::find(kinds.begin(), kinds.end(), kind) != kinds.end();
+  };
+  std::filesystem::path dir;
+  bool ownFolder = false;
+  if (const char* given = std::getenv("OVPARQUET_READ_BENCH_DIR"); given != nullptr && *given != '\0') {
+    dir = given;
+    std::filesystem::create_directories(dir);
+  } else {
+    std::string name = (std::filesystem::temp_directory_path() / "ovparquet-read-bench-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) {
+      std::perror("mkdtemp");
+      return 1;
+    }
+    dir = name;
+    ownFolder = true;
+  }
+  if (wanted("numeric")) run("numeric", numericTable(10'000'000), (dir / "numeric.parquet").string());
+  if (wanted("strings")) run("strings", stringTable(2'000'000), (dir / "strings.parquet").string());
+  if (wanted("nested")) run("nested", nestedTable(2'000'000), (dir / "nested.parquet").string());
+  if (wanted("mixed")) run("mixed", mixedTable(5'000'000), (dir / "mixed.parquet").string());
+  if (ownFolder) std::filesystem::remove_all(dir);
   return 0;
 }

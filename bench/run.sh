@@ -6,6 +6,12 @@ set -euo pipefail
 build="${1:?usage: bench/run.sh BUILD_DIR [benchmark options...]}"
 shift
 
+# The files read_bench writes and peers_read.py reads: a folder of this run's
+# own, removed when it ends.
+OVPARQUET_READ_BENCH_DIR=$(mktemp -d "${TMPDIR:-/tmp}/ovparquet-read-bench-XXXXXX")
+export OVPARQUET_READ_BENCH_DIR
+trap 'rm -rf "$OVPARQUET_READ_BENCH_DIR"' EXIT
+
 found=0
 for program in "$build"/bench/*_bench; do
   [[ -f "$program" && -x "$program" ]] || continue

@@ -8,22 +8,40 @@
 #include <cstring>
 #include <stdexcept>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace orvane::io::arrow::core::detail {
 namespace {
 
 // Widens `size` bytes to UTF-16 units while they are ASCII. Returns false as
 // soon as a block holds a non-ASCII byte (what was written is then garbage).
+// Sixteen bytes at a time where SSE2 is available: GCC does not vectorise
+// the plain loop at -O2.
 bool widenAscii(const char* src, std::size_t size, char16_t* dst) {
   constexpr std::size_t kBlock = 4096;
   for (std::size_t begin = 0; begin < size; begin += kBlock) {
     const std::size_t end = std::min(size, begin + kBlock);
-    unsigned char seen = 0;
-    for (std::size_t k = begin; k < end; ++k) {
+    std::size_t k = begin;
+#if defined(__SSE2__)
+    const __m128i zero = _mm_setzero_si128();
+    __m128i seen = zero;
+    for (; k + 16 <= end; k += 16) {
+      const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + k));
+      seen = _mm_or_si128(seen, bytes);
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + k), _mm_unpacklo_epi8(bytes, zero));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + k + 8), _mm_unpackhi_epi8(bytes, zero));
+    }
+    if (_mm_movemask_epi8(seen) != 0) return false;
+#endif
+    unsigned char tail = 0;
+    for (; k < end; ++k) {
       const auto c = static_cast<unsigned char>(src[k]);
-      seen |= c;
+      tail |= c;
       dst[k] = c;
     }
-    if (seen >= 0x80) return false;
+    if (tail >= 0x80) return false;
   }
   return true;
 }
@@ -108,13 +126,14 @@ unique_ovarray_ptr readStrings(Segments segments, std::size_t rows, ParentMissin
     bytes += static_cast<std::size_t>(offsets[segment.length] - offsets[0]);
   }
   // UTF-16 never needs more units than UTF-8 has bytes (an invalid sequence
-  // of one or more bytes becomes one unit), so the text is written in place
-  // and trimmed at the end.
-  orvane::ustring text(bytes, u'\0');
-  char16_t* const begin = text.data();
+  // of one or more bytes becomes one unit), so the text is written in place,
+  // into memory nothing has written before, and trimmed at the end.
+  auto array = ovCreateUninitStringArray(ovDims{rows, 1}, bytes);
+  char16_t* const begin = ovGetStringTextMutable(array.get());
+  std::int64_t* const hostOffsets = ovGetStringOffsetsMutable(array.get());
+  hostOffsets[0] = 0;
   char16_t* dst = begin;
   orvane::ustring scratch;
-  std::vector<std::int64_t> hostOffsets(rows + 1);
   std::uint64_t invalidValues = 0;
   std::size_t row = 0;
   for (const Segment& segment : segments) {
@@ -122,7 +141,7 @@ unique_ovarray_ptr readStrings(Segments segments, std::size_t rows, ParentMissin
     const Offset* offsets = offsetsOf<Offset>(segment);
     const char* chars = charsOf(segment);
     const std::uint8_t* segmentMissing = missing.empty() ? nullptr : missing.data() + row;
-    std::int64_t* out = hostOffsets.data() + row + 1;
+    std::int64_t* out = hostOffsets + row + 1;
     row += static_cast<std::size_t>(segment.length);
     if (segmentMissing == nullptr) {
       // Fast path: the whole segment is ASCII, so the offsets carry over.
@@ -156,12 +175,8 @@ unique_ovarray_ptr readStrings(Segments segments, std::size_t rows, ParentMissin
       out[j] = dst - begin;
     }
   }
-  const auto used = static_cast<std::size_t>(dst - begin);
-  text.resize(used);
-  if (used < bytes / 2) text.shrink_to_fit();
+  ovFinishStringArray(array.get(), static_cast<std::size_t>(dst - begin));
   context.addInvalidUtf8Values(invalidValues);
-  auto array = ovCreateStringArrayFromBuffers(ovDims{rows, 1}, std::move(text),
-                                              std::move(hostOffsets));
   if (!missing.empty()) std::memcpy(ovAllocMissingMask(array.get()), missing.data(), rows);
   return array;
 }

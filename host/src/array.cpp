@@ -6,6 +6,8 @@
 #include <ovparquet/host/class_visit.hpp>
 #include <ovparquet/host/error.hpp>
 
+#include <oneapi/tbb/scalable_allocator.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -14,17 +16,33 @@
 #include <stdexcept>
 #include <type_traits>
 
+void* ovArray::operator new(std::size_t size) {
+  if (void* p = scalable_malloc(size)) return p;
+  throw std::bad_alloc();
+}
+
+void ovArray::operator delete(void* p) noexcept { scalable_free(p); }
+
 namespace ovdetail {
 
 namespace {
 
 constexpr std::size_t kAlignment = 64;
 
-struct AlignedDelete {
-  void operator()(void* p) const noexcept { ::operator delete(p, std::align_val_t{kAlignment}); }
+struct AlignedFree {
+  void operator()(void* p) const noexcept { scalable_aligned_free(p); }
 };
 
 }  // namespace
+
+void ScalableFree::operator()(std::uint8_t* p) const noexcept { scalable_free(p); }
+
+MaskPtr allocateMask(std::size_t count, bool zero) {
+  auto* p = static_cast<std::uint8_t*>(scalable_malloc(count == 0 ? 1 : count));
+  if (p == nullptr) throw std::bad_alloc();
+  if (zero) std::memset(p, 0, count);
+  return MaskPtr(p);
+}
 
 const Extra& Extra::none() {
   static const Extra empty;
@@ -37,9 +55,10 @@ Buffer Buffer::allocate(std::size_t bytes, bool zero) {
   std::size_t size = bytes == 0 ? kAlignment : bytes;
   if (size > std::numeric_limits<std::size_t>::max() - kAlignment) throw std::bad_alloc();
   size = (size + kAlignment - 1) / kAlignment * kAlignment;
-  void* p = ::operator new(size, std::align_val_t{kAlignment});
+  void* p = scalable_aligned_malloc(size, kAlignment);
+  if (p == nullptr) throw std::bad_alloc();
   Buffer buffer;
-  buffer.owner = std::shared_ptr<void>(p, AlignedDelete{});
+  buffer.owner = std::shared_ptr<void>(p, AlignedFree{});
   buffer.data = p;
   if (zero) std::memset(p, 0, size);
   return buffer;
@@ -178,7 +197,15 @@ void writeMissingValue(ovArray& array, std::size_t index) {
 void setStringElement(ovArray& array, std::size_t index, std::u16string_view text) {
   const auto begin = static_cast<std::size_t>(array.more().offsets[index]);
   const auto end = static_cast<std::size_t>(array.more().offsets[index + 1]);
-  array.more().text.replace(begin, end - begin, text);
+  Text& all = array.more().text;
+  const std::size_t old = end - begin;
+  if (text.size() > old) {
+    all.insert(all.begin() + static_cast<std::ptrdiff_t>(end), text.size() - old, u'\0');
+  } else {
+    all.erase(all.begin() + static_cast<std::ptrdiff_t>(begin + text.size()),
+              all.begin() + static_cast<std::ptrdiff_t>(end));
+  }
+  std::copy(text.begin(), text.end(), all.begin() + static_cast<std::ptrdiff_t>(begin));
   const auto delta = static_cast<std::int64_t>(text.size()) - static_cast<std::int64_t>(end - begin);
   if (delta != 0) {
     for (std::size_t i = index + 1; i <= array.numel; ++i) array.more().offsets[i] += delta;
@@ -274,7 +301,7 @@ unique_ovarray_ptr ovDuplicateArray(const ovArray* array) {
     }
   }
   if (array->mask) {
-    copy->mask.reset(new std::uint8_t[array->numel]);
+    copy->mask = allocateMask(array->numel, false);
     std::copy_n(array->mask.get(), array->numel, copy->mask.get());
   }
   if (array->extra) {
@@ -534,7 +561,7 @@ const std::uint8_t* ovGetMissingMask(const ovArray* array) noexcept { return arr
 std::uint8_t* ovAllocMissingMask(ovArray* array) {
   requireArray(array);
   if (ovIsContainer(array)) throwClassMismatch("non-container", array);
-  if (!array->mask) array->mask.reset(new std::uint8_t[array->numel]());
+  if (!array->mask) array->mask = allocateMask(array->numel, true);
   return array->mask.get();
 }
 

@@ -26,7 +26,7 @@ unique_ovarray_ptr makeStringArray(ovDims dims) {
 
 unique_ovarray_ptr ovCreateString(const orvane::ustring& text) {
   auto array = makeStringArray({1, 1});
-  array->more().text = text;
+  array->more().text.assign(text.begin(), text.end());
   array->more().offsets[1] = static_cast<std::int64_t>(text.size());
   return array;
 }
@@ -54,9 +54,41 @@ unique_ovarray_ptr ovCreateStringArrayFromBuffers(const ovDims& dims, orvane::us
     throw std::invalid_argument(
         "ovCreateStringArrayFromBuffers: offsets must rise from 0 to the text length");
   }
-  array->more().text = std::move(text);
-  array->more().offsets = std::move(offsets);
+  // Copied into the array's own allocator.
+  array->more().text.assign(text.begin(), text.end());
+  array->more().offsets.assign(offsets.begin(), offsets.end());
   return array;
+}
+
+unique_ovarray_ptr ovCreateUninitStringArray(const ovDims& dims, std::size_t units) {
+  auto array = makeArray(ovClassID::String, normaliseDims(dims.size(), dims.data()));
+  array->more().text.resize(units);
+  array->more().offsets.resize(array->numel + 1);
+  return array;
+}
+
+char16_t* ovGetStringTextMutable(ovArray* array) {
+  requireClass(array, ovClassID::String);
+  return array->more().text.data();
+}
+
+std::int64_t* ovGetStringOffsetsMutable(ovArray* array) {
+  requireClass(array, ovClassID::String);
+  return array->more().offsets.data();
+}
+
+void ovFinishStringArray(ovArray* array, std::size_t units) {
+  requireClass(array, ovClassID::String);
+  Extra& string = array->more();
+  if (units > string.text.size()) {
+    throw std::invalid_argument("ovFinishStringArray: more units than the text has room for");
+  }
+  string.text.resize(units);
+  if (units < string.text.capacity() / 2) string.text.shrink_to_fit();
+  if (string.offsets.front() != 0 || string.offsets.back() != static_cast<std::int64_t>(units) ||
+      !std::is_sorted(string.offsets.begin(), string.offsets.end())) {
+    throw std::invalid_argument("ovFinishStringArray: offsets must rise from 0 to the text length");
+  }
 }
 
 namespace {
@@ -86,7 +118,7 @@ std::u16string_view ovGetStringView(const ovArray* array, std::size_t index) {
   if (array->mask && array->mask[index]) return {};
   const auto begin = static_cast<std::size_t>(array->more().offsets[index]);
   const auto end = static_cast<std::size_t>(array->more().offsets[index + 1]);
-  return std::u16string_view(array->more().text).substr(begin, end - begin);
+  return viewOf(array->more().text).substr(begin, end - begin);
 }
 
 orvane::ustring ovGetString(const ovArray* array, std::size_t index) {
@@ -108,7 +140,7 @@ void ovSetString(ovArray* array, std::size_t index, std::u16string_view text) {
 
 std::u16string_view ovGetStringBuffer(const ovArray* array) {
   requireClass(array, ovClassID::String);
-  return array->more().text;
+  return viewOf(array->more().text);
 }
 
 const std::int64_t* ovGetStringOffsets(const ovArray* array) {
@@ -132,14 +164,17 @@ void ovStringArrayBuilder::reserveText(std::size_t units) {
 
 void ovStringArrayBuilder::append(std::u16string_view text) {
   if (!mArray || mCount == mNumel) throw std::logic_error("ovStringArrayBuilder: array is full");
-  mArray->more().text.append(text);
+  mArray->more().text.insert(mArray->more().text.end(), text.begin(), text.end());
   mArray->more().offsets.push_back(static_cast<std::int64_t>(mArray->more().text.size()));
   ++mCount;
 }
 
 std::size_t ovStringArrayBuilder::appendUtf8(std::string_view text) {
   if (!mArray || mCount == mNumel) throw std::logic_error("ovStringArrayBuilder: array is full");
-  const std::size_t replaced = orvane::append_utf8_replacing(text, mArray->more().text);
+  thread_local orvane::ustring scratch;
+  scratch.clear();
+  const std::size_t replaced = orvane::append_utf8_replacing(text, scratch);
+  mArray->more().text.insert(mArray->more().text.end(), scratch.begin(), scratch.end());
   mArray->more().offsets.push_back(static_cast<std::int64_t>(mArray->more().text.size()));
   ++mCount;
   return replaced;

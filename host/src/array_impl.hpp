@@ -3,10 +3,14 @@
 
 #include <ovparquet/host/array.hpp>
 
+#include <oneapi/tbb/scalable_allocator.h>
+
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace ovdetail {
@@ -20,13 +24,62 @@ struct Buffer {
   bool readOnly = false;
 
   // 64-byte aligned, at least one cache line even for zero bytes; zero-filled
-  // on request, untouched otherwise.
+  // on request, untouched otherwise. From oneTBB's scalable allocator, which
+  // keeps freed large blocks for reuse rather than returning them to the
+  // system, where each reuse would page-fault again.
   static Buffer allocate(std::size_t bytes, bool zero);
 };
+
+// Missing masks come from the scalable allocator too.
+struct ScalableFree {
+  void operator()(std::uint8_t* p) const noexcept;
+};
+using MaskPtr = std::unique_ptr<std::uint8_t[], ScalableFree>;
+// `count` bytes (at least one), zero-filled on request.
+MaskPtr allocateMask(std::size_t count, bool zero);
 
 }  // namespace ovdetail
 
 namespace ovdetail {
+
+// The scalable allocator for the text and offsets of string arrays, which
+// leaves the elements a resize adds unwritten: converters write every one
+// of them, and zero-filling first would write the memory twice.
+template <typename T>
+struct UninitScalableAllocator {
+  using value_type = T;
+  using propagate_on_container_move_assignment = std::true_type;
+  using is_always_equal = std::true_type;
+
+  UninitScalableAllocator() = default;
+  template <typename U>
+  UninitScalableAllocator(const UninitScalableAllocator<U>&) noexcept {}
+
+  T* allocate(std::size_t n) {
+    void* p = scalable_malloc(n * sizeof(T));
+    if (p == nullptr) throw std::bad_alloc();
+    return static_cast<T*>(p);
+  }
+  void deallocate(T* p, std::size_t) noexcept { scalable_free(p); }
+
+  template <typename U>
+  void construct(U* p) noexcept {
+    ::new (static_cast<void*>(p)) U;
+  }
+  template <typename U, typename... Args>
+  void construct(U* p, Args&&... args) {
+    ::new (static_cast<void*>(p)) U(std::forward<Args>(args)...);
+  }
+
+  friend bool operator==(const UninitScalableAllocator&, const UninitScalableAllocator&) noexcept {
+    return true;
+  }
+};
+
+using Text = std::vector<char16_t, UninitScalableAllocator<char16_t>>;
+using Offsets = std::vector<std::int64_t, UninitScalableAllocator<std::int64_t>>;
+
+inline std::u16string_view viewOf(const Text& text) noexcept { return {text.data(), text.size()}; }
 
 // The members only some classes use. They live apart, allocated on first
 // use, so that the many small numeric arrays of list rows stay small.
@@ -35,8 +88,8 @@ struct Extra {
   Buffer imag;
 
   // String: all text, and numel+1 offsets into it.
-  std::u16string text;
-  std::vector<std::int64_t> offsets;
+  Text text;
+  Offsets offsets;
 
   // Cell: numel slots. Struct: numel * fieldNames.size() slots, element-major
   // (all fields of element 0, then of element 1, ...).
@@ -63,6 +116,12 @@ struct Extra {
 // One struct for every class; each class uses only its own members.
 class ovArray {
  public:
+  // A nested column makes one small array per row, on several threads, and
+  // frees them all together: oneTBB's scalable allocator serves such
+  // headers faster than malloc (no consolidation of freed chunks).
+  static void* operator new(std::size_t size);
+  static void operator delete(void* p) noexcept;
+
   ovClassID classID = ovClassID::Double;
   bool complex = false;
   ovDims dims;  // set by makeArray, always normalised
@@ -73,7 +132,7 @@ class ovArray {
   ovdetail::Buffer real;
 
   // One byte per element, 1 = missing; null when there is no mask.
-  std::unique_ptr<std::uint8_t[]> mask;
+  ovdetail::MaskPtr mask;
 
   // What a converter made the array from; opaque here.
   std::shared_ptr<const ovOrigin> origin;

@@ -182,6 +182,35 @@ TEST(Read, StringsWithNullsEmptiesAndNonAscii) {
   EXPECT_HOST_EQ(large.get(), strings({u""}, {0}).get());
 }
 
+// The text is widened through a buffer of a few thousand units: runs of
+// ASCII longer than it, a non-ASCII byte far into an otherwise ASCII chunk
+// (the chunk is widened again value by value), single values longer than it
+// and invalid bytes among them must all read as the host's own converter
+// reads each value.
+TEST(Read, LongStringsReadAsTheHostConverterReadsThem) {
+  std::vector<std::optional<std::string>> ascii;
+  for (int i = 0; i < 3000; ++i) ascii.push_back("value " + std::to_string(i) + " text");
+  std::vector<std::optional<std::string>> lateNonAscii = ascii;
+  lateNonAscii.push_back("caf\xC3\xA9");
+  lateNonAscii.push_back(std::nullopt);
+  std::vector<std::optional<std::string>> longValues{
+      std::string(20000, 'a'), std::string(9000, 'b') + "\xE6\x97\xA5" + std::string(9000, 'c'),
+      std::string(10000, 'd') + "\xFF" + std::string(10, 'e'), "short"};
+  for (const auto& values : {ascii, lateNonAscii, longValues}) {
+    std::vector<orvane::ustring> texts(values.size());
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      if (values[i]) orvane::append_utf8_replacing(*values[i], texts[i]);
+    }
+    auto expected = ovCreateStringColumn(texts);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      if (!values[i]) ovSetMissing(expected.get(), i);
+    }
+    orvane::ScopedWarningCapture capture;
+    auto host = readArray(rawStrings(values));
+    EXPECT_HOST_EQ(host.get(), expected.get());
+  }
+}
+
 TEST(Read, StringChunksAreJoined) {
   auto column = chunked({fromJson(a::utf8(), R"(["a", "bb"])"),
                          fromJson(a::utf8(), R"(["x", "ccc", "é"])")->Slice(1, 2)});

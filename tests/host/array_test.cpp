@@ -537,6 +537,26 @@ TEST(ArrayString, ArraysSettersAndBuffers) {
   EXPECT_THROW(ovCreateStringArrayFromBuffers({1, 2}, u"abcd", {0, 1, 3}), std::invalid_argument);
   EXPECT_THROW(ovCreateStringArrayFromBuffers({1, 1}, u"ab", {1, 2}), std::invalid_argument);
 
+  // Written in place: room for more text than used, trimmed on finishing.
+  auto inPlace = ovCreateUninitStringArray({3, 1}, 10);
+  std::u16string_view written = u"abcd";
+  std::copy(written.begin(), written.end(), ovGetStringTextMutable(inPlace.get()));
+  std::int64_t* room = ovGetStringOffsetsMutable(inPlace.get());
+  room[0] = 0;
+  room[1] = 1;
+  room[2] = 1;
+  room[3] = 4;
+  ovFinishStringArray(inPlace.get(), 4);
+  EXPECT_EQ(ovGetStringBuffer(inPlace.get()), u"abcd");
+  EXPECT_EQ(ovGetString(inPlace.get(), 2), u"bcd");
+  auto broken = ovCreateUninitStringArray({2, 1}, 4);
+  std::int64_t* brokenOffsets = ovGetStringOffsetsMutable(broken.get());
+  brokenOffsets[0] = 0;
+  brokenOffsets[1] = 3;
+  brokenOffsets[2] = 2;
+  EXPECT_THROW(ovFinishStringArray(broken.get(), 2), std::invalid_argument);
+  EXPECT_THROW(ovFinishStringArray(broken.get(), 5), std::invalid_argument);
+
   auto column = ovCreateStringColumn({u"x", u"yz"});
   EXPECT_EQ(ovGetDimensions(column.get()), (ovDims{2, 1}));
   EXPECT_EQ(ovGetString(column.get(), 1), u"yz");

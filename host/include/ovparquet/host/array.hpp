@@ -288,10 +288,19 @@ unique_ovarray_ptr ovCreateStringFromUtf8(std::string_view text);
 // An array of empty strings.
 unique_ovarray_ptr ovCreateStringArray(std::size_t ndims, const std::size_t* dims);
 unique_ovarray_ptr ovCreateStringArray(const ovDims& dims);
-// A string array from its buffer and offsets, taken over without copying.
+// A string array from its buffer and offsets (copied).
 // The offsets are checked (std::invalid_argument when broken).
 unique_ovarray_ptr ovCreateStringArrayFromBuffers(const ovDims& dims, orvane::ustring text,
                                                   std::vector<std::int64_t> offsets);
+// In-place construction for converters: a string array with room for
+// `units` UTF-16 units of text and numel+1 offsets, none of them written.
+// The caller writes the offsets (0 first, non-decreasing) and the text they
+// cover, then calls ovFinishStringArray with the units used, which trims the
+// text and checks the offsets (std::invalid_argument when broken).
+unique_ovarray_ptr ovCreateUninitStringArray(const ovDims& dims, std::size_t units);
+char16_t* ovGetStringTextMutable(ovArray* array);
+std::int64_t* ovGetStringOffsetsMutable(ovArray* array);
+void ovFinishStringArray(ovArray* array, std::size_t units);
 // A column (N-by-1) of the given texts.
 unique_ovarray_ptr ovCreateStringColumn(const std::vector<orvane::ustring>& texts);
 unique_ovarray_ptr ovCreateStringRow(const std::vector<orvane::ustring>& texts);
