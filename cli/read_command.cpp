@@ -16,11 +16,13 @@
 #include "output.hpp"
 #include "row_text.hpp"
 #include "rows.hpp"
+#include "standard_input.hpp"
 #include "text.hpp"
 #include "variables.hpp"
 #include "where.hpp"
 #include "where_pruning.hpp"
 
+#include <ovparquet/convert/datatype.hpp>
 #include <ovparquet/core/info/ParquetInfo.hpp>
 #include <ovparquet/core/read/ParquetReader.hpp>
 #include <ovparquet/core/read/ReadBudget.hpp>
@@ -191,9 +193,35 @@ std::vector<FieldPath> outputPaths(const std::vector<std::string>& output, const
       const orvane::io::parquet::core::info::ParquetInfo info(file);
       return resolveFieldPaths(output, *info.getArrowSchema(), fileText);
     }
-    paths.push_back({name, name, {}});
+    paths.push_back({name, name, {}, nullptr});
   }
   return paths;
+}
+
+// Checks the filter's literals against the host types of its variables and
+// record fields before anything is read.
+void checkFilterTypes(const WhereNode& filter, const std::vector<FieldPath>& filterPaths,
+                      const std::vector<ustring>& fileNames, const std::vector<std::string>& types) {
+  const auto typeOf = [&](const std::string& name) -> std::string {
+    const int index = variableIndex(fileNames, name);
+    if (index >= 0) return types[static_cast<std::size_t>(index)];
+    for (const auto& p : filterPaths) {
+      if (p.text == name && p.type) return orvane::io::arrow::core::to_orvane_datatype(p.type).value_or("");
+    }
+    return "";
+  };
+  checkComparable(filter, typeOf);
+  // A record field has no statistics to refuse it: its type is checked here.
+  for (const auto& p : filterPaths) {
+    if (p.fields.empty() || !isCompared(filter, p.text)) continue;
+    const std::string type = typeOf(p.text);
+    if (!isComparableType(type)) {
+      throw CliError("UnsupportedWhereVariable",
+                     "Field '" + p.text + "' of type " + (type.empty() ? p.type->ToString() : type) +
+                         " cannot be compared in --where: only numbers, logicals, texts, categoricals, datetimes "
+                         "and durations can (any field can be tested with 'is missing').");
+    }
+  }
 }
 
 // Appends the rows of options.file.
@@ -219,25 +247,22 @@ void readFile(const GlobalOptions& global, const ReadOptions& options, const std
                                              join(state.output) + " as '" + state.firstFile + "' has.");
   }
   const std::vector<FieldPath> paths = outputPaths(output, fileNames, file, options.file);
-  const bool project = reachesInside(paths);
   // The top-level variables to read: those of the output, then the filter's.
   std::vector<std::string> selection;
   for (const auto& p : paths) {
     if (std::find(selection.begin(), selection.end(), p.variable) == selection.end()) selection.push_back(p.variable);
   }
-  std::vector<std::string> filterOnly;  // filter variables not among the output's
+  // The filter's variables and record fields not among the output's.
+  std::vector<FieldPath> filterOnly;
   if (filter) {
-    const auto types = reader->getVariableTypes();
-    const auto filterVariables = variablesOf(*filter);
-    requireVariables(filterVariables, fileNames, options.file);
-    checkComparable(*filter, [&](const std::string& variable) {
-      return types[static_cast<std::size_t>(variableIndex(fileNames, variable))];
-    });
-    for (const auto& v : filterVariables) {
-      if (std::find(selection.begin(), selection.end(), v) == selection.end()) selection.push_back(v);
-      if (std::find(output.begin(), output.end(), v) == output.end()) filterOnly.push_back(v);
+    const auto filterPaths = outputPaths(variablesOf(*filter), fileNames, file, options.file);
+    checkFilterTypes(*filter, filterPaths, fileNames, reader->getVariableTypes());
+    for (const auto& p : filterPaths) {
+      if (std::find(selection.begin(), selection.end(), p.variable) == selection.end()) selection.push_back(p.variable);
+      if (std::find(output.begin(), output.end(), p.text) == output.end()) filterOnly.push_back(p);
     }
   }
+  const bool project = reachesInside(paths) || reachesInside(filterOnly);
 
   // Row groups that statistics prove empty are not read.
   std::vector<double> list = candidates;
@@ -296,19 +321,29 @@ void readFile(const GlobalOptions& global, const ReadOptions& options, const std
     read::checkReadBudget(file, metadata, groups, read::leafColumnsOf(*metadata.schema(), toHost(selection)),
                           read::Holding::OneAtATime);
     BatchStream stream(file, groups, toHost(selection), batchRows);
-    // The next batch is read while the current one is formatted.
-    const auto fetch = [&stream] { return stream.nextArrow(); };
+    // The next batch is read and converted to host arrays on another thread
+    // while the current one is filtered, formatted and written.
+    struct Converted {
+      std::shared_ptr<::arrow::RecordBatch> batch;
+      unique_ovarray_ptr host;
+    };
+    const auto fetch = [&stream, &paths, &filterOnly, project, &file] {
+      Converted next;
+      next.batch = stream.nextArrow();
+      if (!next.batch) return next;
+      if (project) next.batch = projectBatch(next.batch, paths, filterOnly);
+      auto table = ::arrow::Table::FromRecordBatches({next.batch});
+      if (!table.ok()) throw CliError("InternalError", table.status().message());
+      next.host = orvane::io::parquet::core::read::arrow_to_orvane(*table, file);
+      return next;
+    };
     auto pending = std::async(std::launch::async, fetch);
     while (true) {
       orvane::throwIfInterruptPending();
-      auto batch = pending.get();
+      auto [batch, host] = pending.get();
       if (!batch) break;
-      if (project) batch = projectBatch(batch, paths, filterOnly);
       ++batches;
       seen += static_cast<std::uint64_t>(batch->num_rows());
-      auto table = ::arrow::Table::FromRecordBatches({batch});
-      if (!table.ok()) throw CliError("InternalError", table.status().message());
-      const unique_ovarray_ptr host = orvane::io::parquet::core::read::arrow_to_orvane(*table, file);
       const std::size_t rows = ovTableNumRows(host.get());
       std::vector<std::size_t> kept = !filter ? rowRange(0, rows) : matchingRows(host.get(), *filter);
       const auto dropped = static_cast<std::size_t>(std::min<std::uint64_t>(skip, kept.size()));
@@ -339,7 +374,19 @@ void readFile(const GlobalOptions& global, const ReadOptions& options, const std
 int runRead(const GlobalOptions& global, const ReadOptions& options) {
   const std::optional<WhereNode> filter =
       options.where.empty() ? std::nullopt : std::optional<WhereNode>(parseWhere(options.where));
-  const auto files = expandLocations(options.paths);
+  // Parquet on standard input is read from a copy (its footer comes last).
+  std::vector<std::string> paths = options.paths;
+  if (std::count(paths.begin(), paths.end(), kStandardInput) > 1) {
+    throw usageError("InvalidOption", "Standard input (-) can be read only once.");
+  }
+  std::unique_ptr<SpooledInput> spool;
+  for (auto& path : paths) {
+    if (path != kStandardInput) continue;
+    spool = std::make_unique<SpooledInput>();
+    path = spool->path();
+  }
+  const auto shown = [&](const std::string& file) { return spool && file == spool->path() ? "-" : file; };
+  const auto files = expandLocations(paths);
   if (files.size() > 1 && options.range) {
     throw usageError("InvalidOption", "Option --range is a byte range of one file; " + std::to_string(files.size()) +
                                           " files were given.");
@@ -349,7 +396,7 @@ int runRead(const GlobalOptions& global, const ReadOptions& options) {
   for (const auto& file : files) {
     ReadOptions one = options;
     one.file = file;
-    namingFile(file, [&] { readFile(global, one, filter, state); });
+    namingFile(shown(file), [&] { readFile(global, one, filter, state); });
   }
   orvane::throwIfInterruptPending();
   state.sink->finish();
@@ -361,7 +408,9 @@ int runRead(const GlobalOptions& global, const ReadOptions& options) {
 
 ReadCommand::ReadCommand(CLI::App& app) {
   mCommand = app.add_subcommand("read", "Print the data of files, one after another");
-  mCommand->add_option("paths", mOptions.paths, "Files, directories, s3 prefixes or quoted glob patterns")->required();
+  mCommand->add_option("paths", mOptions.paths,
+                       "Files, directories, s3 prefixes, quoted glob patterns, or - (Parquet on standard input)")
+      ->required();
   mCommand->add_option("--vars", mVars, "Variables to print, in this order (a,b,c); pt.x is field x of record pt");
   auto* rowGroups = mCommand->add_option("--row-groups", mRowGroups, "Row groups to read, 1-based (1,3)");
   mCommand->add_option("--range", mRange, "Row groups starting in the byte range OFFSET:SIZE")->excludes(rowGroups);
