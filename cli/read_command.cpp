@@ -1,5 +1,6 @@
 // read PATH...: prints the data of chosen variables and row groups of one or
-// more files, optionally only the rows that satisfy a --where filter.
+// more files, optionally only the rows that satisfy a --where filter. Where
+// the rows go is row_sink.hpp's job.
 //
 // Rows stream through in batches (Arrow's record-batch reader), so a head of
 // a few rows decodes only those, and an export of a large file keeps a few
@@ -14,7 +15,7 @@
 #include "locations.hpp"
 #include "option_values.hpp"
 #include "output.hpp"
-#include "row_text.hpp"
+#include "row_sink.hpp"
 #include "rows.hpp"
 #include "standard_input.hpp"
 #include "text.hpp"
@@ -48,108 +49,6 @@ using orvane::io::parquet::core::read::RowGroupParquetReader;
 
 constexpr std::int64_t kBatchRows = 65536;
 constexpr std::uint64_t kNoLimit = std::numeric_limits<std::uint64_t>::max();
-
-// Where the kept rows go: one of the formats.
-class RowSink {
- public:
-  RowSink(const GlobalOptions& global, std::vector<std::string> names)
-      : mFormat(global.format), mNdjson(global.ndjson), mNames(std::move(names)),
-        mArena(static_cast<int>(orvane::computationalThreadCount())) {
-    if (mFormat == Format::Csv) {
-      std::vector<std::string> header;
-      for (const auto& n : mNames) header.push_back(csvField(n));
-      writeCsvRow(std::cout, header);
-    } else if (mFormat == Format::Json && !mNdjson) {
-      std::cout << '[';
-    }
-  }
-
-  // Rows of `table` (the output variables are its first ones); `batch` is
-  // the Arrow batch the table was converted from.
-  void add(const ovArray* table, const std::shared_ptr<::arrow::RecordBatch>& batch,
-           const std::vector<std::size_t>& rows) {
-    const RowTexts texts(table, batch, mNames);
-    if (mFormat == Format::Table) {
-      if (!rows.empty() || mShown.empty()) mShown.push_back(texts.shownTable(rows));
-      mShownRows += rows.size();
-      return;
-    }
-    // Blocks of rows formatted in parallel, written in order.
-    const std::size_t blocks = std::max<std::size_t>(1, std::min<std::size_t>(rows.size() / 1024, 4 * mArena.max_concurrency()));
-    // The buffers are kept from batch to batch: no new memory to fault in.
-    std::vector<std::string>& text = mText;
-    if (text.size() < blocks) text.resize(blocks);
-    const auto format = [&](std::size_t b) {
-      const std::size_t begin = rows.size() * b / blocks;
-      const std::size_t end = rows.size() * (b + 1) / blocks;
-      std::string& out = text[b];
-      out.clear();
-      out.reserve((end - begin) * std::max<std::size_t>(mBytesPerRow, 16 * mNames.size()));
-      if (mFormat == Format::Csv) {
-        texts.appendCsv(out, rows, begin, end);
-      } else if (mNdjson) {
-        texts.appendJson(out, rows, begin, end, "", "\n");
-      } else {
-        texts.appendJson(out, rows, begin, end, ",\n  ", "");
-      }
-    };
-    if (blocks == 1) {
-      format(0);
-    } else {
-      mArena.execute([&] { tbb::parallel_for(std::size_t{0}, blocks, format); });
-    }
-    std::size_t written = 0;
-    for (std::size_t b = 0; b < blocks; ++b) {
-      if (mFormat == Format::Json && !mNdjson && mRecords == 0 && !text[b].empty()) {
-        text[b].erase(0, 1);  // the first record has no comma before it
-      }
-      if (!text[b].empty()) ++mRecords;
-      std::cout.write(text[b].data(), static_cast<std::streamsize>(text[b].size()));
-      written += text[b].size();
-    }
-    // Room for a little more than this batch needed, next time.
-    if (!rows.empty()) mBytesPerRow = std::max(mBytesPerRow, written / rows.size() + written / rows.size() / 8 + 1);
-  }
-
-  // Rows that exist but are not shown (table format only).
-  void addUnshown(std::uint64_t rows) { mMore += rows; }
-
-  void finish() {
-    if (mFormat == Format::Json && !mNdjson) {
-      std::cout << (mRecords == 0 ? "]\n" : "\n]\n");
-    } else if (mFormat == Format::Table) {
-      unique_ovarray_ptr table;
-      if (mShown.empty()) {
-        table = emptyTable(toHost(mNames));
-      } else if (mShown.size() == 1) {
-        table = std::move(mShown.front());
-      } else {
-        std::vector<RowPick> pieces;
-        for (const auto& t : mShown) pieces.push_back({t.get(), rowRange(0, ovTableNumRows(t.get()))});
-        table = gatherTable(pieces, rowRange(0, mNames.size()));
-      }
-      writeTable(std::cout, table.get());
-      if (mMore > 0) {
-        std::cout << "... (" << mMore << " more " << (mMore == 1 ? "row" : "rows") << ")\n";
-      } else if (mShownRows == 0) {
-        std::cout << "(no rows)\n";
-      }
-    }
-    std::cout.flush();
-  }
-
- private:
-  Format mFormat;
-  bool mNdjson;
-  std::vector<std::string> mNames;
-  tbb::task_arena mArena;
-  std::vector<unique_ovarray_ptr> mShown;
-  std::size_t mShownRows = 0;
-  std::uint64_t mMore = 0;
-  std::size_t mRecords = 0;
-  std::vector<std::string> mText;  // formatted blocks of the current batch
-  std::size_t mBytesPerRow = 0;    // of the text so far
-};
 
 std::vector<double> allRowGroups(double count) {
   std::vector<double> list;
