@@ -171,8 +171,16 @@ TEST(Everyday, WhereOnAFieldErrors) {
   const std::string path = fixture("pyarrow_nested.parquet");
   expectFailure(runProgram({"read", path, "--where", "point.z > 1"}), 1, "ORVANE:cli:UnknownVariable");
   expectFailure(runProgram({"read", path, "--where", "point.x > 'abc'"}), 1, "ORVANE:cli:WhereTypeMismatch");
-  // A record cannot be compared, a field that is a record neither.
+  // A record cannot be compared, nor a field that is a list; both may be
+  // tested with 'is missing'.
   expectFailure(runProgram({"read", path, "--where", "point > 1"}), 1, "ORVANE:parquetio:read:UnsupportedRowFilterVariable");
+  const std::string lists = fixture("pyarrow_record_list.parquet");
+  const RunResult r = runProgram({"read", lists, "--where", "holder.tags = 'a'"});
+  expectFailure(r, 1, "ORVANE:cli:UnsupportedWhereVariable");
+  EXPECT_NE(r.err.find("holder.tags"), std::string::npos) << r.err;
+  EXPECT_EQ(parseCsv(ok({"read", lists, "--vars", "holder.n", "--where", "not holder.tags is missing and holder.n > 1",
+                         "--format", "csv"}).out),
+            (std::vector<std::vector<std::string>>{{"holder.n"}, {"2"}}));
 }
 
 TEST(Everyday, WriteDictionaryEncodesOnlyValuesThatRepeat) {

@@ -78,6 +78,10 @@ def records_file(out):
         "bin": pa.array([b"\x00\x01", None, b""], pa.binary()),
     }).replace_schema_metadata({"origin": "fixture"})
     pq.write_table(table, os.path.join(out, "pyarrow_records.parquet"))
+    # A record holding a list, which --where cannot compare.
+    holder = pa.array([{"tags": ["a"], "n": 1}, {"tags": [], "n": 2}],
+                      pa.struct([("tags", pa.list_(pa.string())), ("n", pa.int64())]))
+    pq.write_table(pa.table({"holder": holder}), os.path.join(out, "pyarrow_record_list.parquet"))
 
 
 def duckdb_file(out):
