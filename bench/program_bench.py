@@ -3,6 +3,13 @@ whole processes, wall time and peak memory (maximum resident set).
 
     program_bench.py OVPARQUET [ROWS] [WORKDIR] [TRIP_ROWS]
 
+BENCH_BASELINE=OTHER_OVPARQUET adds a column for another build of the
+program (A/B in the same run, the commands taking turns); BENCH_REPEAT
+(default 3) sets how many runs the best time is taken of; BENCH_ONLY=text
+runs only the jobs whose name holds it. The least CPU time (user + system,
+all threads) is shown next to the wall time: on a shared machine it varies
+far less.
+
 Writes a file of ROWS rows (default 3,000,000; 12 row groups; integers,
 doubles, dictionary strings, zoned and plain time stamps, dates, decimals, a
 struct) and times: the first 20 rows, Parquet -> CSV and -> JSON of five
@@ -93,36 +100,33 @@ def stop_latency(argv, output, after=1.0):
 def run(argv):
     # Under /usr/bin/time, so that the peak is the job's own and not that of
     # this Python process, which a forked child starts out as.
-    process = subprocess.run(["/usr/bin/time", "-f", "%e %M", *argv], stdout=subprocess.DEVNULL,
+    process = subprocess.run(["/usr/bin/time", "-f", "%e %M %U %S", *argv], stdout=subprocess.DEVNULL,
                              stderr=subprocess.PIPE, text=True)
     if process.returncode != 0:
         raise RuntimeError(f"{argv[:3]} failed: {process.stderr}")
-    elapsed, kilobytes = process.stderr.strip().splitlines()[-1].split()
-    return float(elapsed), int(kilobytes) / 1024.0
+    elapsed, kilobytes, user, system = process.stderr.strip().splitlines()[-1].split()
+    return float(elapsed), int(kilobytes) / 1024.0, float(user) + float(system)
 
 
-def best(argv, repeat):
-    runs = [run(argv) for _ in range(repeat)]
-    return min(r[0] for r in runs), max(r[1] for r in runs)
+def best_of(argvs, repeat):
+    """Best wall time, peak memory and least CPU time of each command line
+    (None for none); the command lines take turns, so that they meet the
+    same load."""
+    runs = [[] for _ in argvs]
+    for _ in range(repeat):
+        for k, argv in enumerate(argvs):
+            if argv:
+                runs[k].append(run(argv))
+    return [(min(r[0] for r in rs), max(r[1] for r in rs), min(r[2] for r in rs)) if rs else None for rs in runs]
 
 
-def main():
-    program = sys.argv[1]
-    rows = int(sys.argv[2]) if len(sys.argv) > 2 else 3_000_000
-    work = sys.argv[3] if len(sys.argv) > 3 else tempfile.mkdtemp(prefix="ovparquet-bench-")
-    trip_rows = int(sys.argv[4]) if len(sys.argv) > 4 else 5_000_000
-    only = os.environ.get("BENCH_ONLY", "")
-    path = os.path.join(work, "jobs.parquet")
-    if not os.path.exists(path):
-        make_file(path, rows)
-    trips_csv = os.path.join(work, f"trips{trip_rows}.csv")
-    trips = os.path.join(work, f"trips{trip_rows}.parquet")
-    if not os.path.exists(trips):
-        make_trips(trips_csv, trips, trip_rows)
-    out = os.path.join(work, "out")
-    cols = "id,x,s,ts_ny,amount"
+def load():
+    return " ".join(f"{v:.1f}" for v in os.getloadavg())
+
+
+def make_jobs(program, path, trips, trips_csv, out, cols):
     duck = lambda sql: [PY, "-c", f"import duckdb; print(len(duckdb.execute(\"\"\"{sql}\"\"\").fetchall()))"]
-    jobs = {
+    return {
         "first 20 rows": (
             [program, "read", path, "--head", "20"],
             duck(f"SELECT * FROM '{path}' LIMIT 20"),
@@ -160,17 +164,41 @@ def main():
                        f"pq.write_table(c.read_csv('{trips_csv}'), '{out}.trips.pa.parquet')"],
         ),
     }
-    print(f"{rows:,} rows, {os.path.getsize(path) / 2**20:.0f} MiB; best of 2 (time), peak resident memory, whole processes")
-    print("| job | ovparquet | DuckDB | pyarrow | ovparquet / DuckDB |")
-    print("|---|---|---|---|---|")
+
+
+def main():
+    program = sys.argv[1]
+    rows = int(sys.argv[2]) if len(sys.argv) > 2 else 3_000_000
+    work = sys.argv[3] if len(sys.argv) > 3 else tempfile.mkdtemp(prefix="ovparquet-bench-")
+    trip_rows = int(sys.argv[4]) if len(sys.argv) > 4 else 5_000_000
+    only = os.environ.get("BENCH_ONLY", "")
+    baseline = os.environ.get("BENCH_BASELINE", "")
+    repeat = int(os.environ.get("BENCH_REPEAT", "3"))
+    path = os.path.join(work, "jobs.parquet")
+    if not os.path.exists(path):
+        make_file(path, rows)
+    trips_csv = os.path.join(work, f"trips{trip_rows}.csv")
+    trips = os.path.join(work, f"trips{trip_rows}.parquet")
+    if not os.path.exists(trips):
+        make_trips(trips_csv, trips, trip_rows)
+    out = os.path.join(work, "out")
+    cols = "id,x,s,ts_ny,amount"
+    jobs = make_jobs(program, path, trips, trips_csv, out, cols)
+    base_jobs = make_jobs(baseline, path, trips, trips_csv, out + ".base", cols) if baseline else {}
+    print(f"{rows:,} rows, {os.path.getsize(path) / 2**20:.0f} MiB; best of {repeat} (wall time), peak resident "
+          f"memory, least CPU time; whole processes; load average {load()} at the start")
+    print("| job | ovparquet |" + (" ovparquet (base) |" if baseline else "") + " DuckDB | pyarrow | ovparquet / DuckDB |"
+          + (" base / DuckDB |" if baseline else ""))
+    print("|---|---|---|---|---|" + ("---|---|" if baseline else ""))
+    fmt = lambda r: f"{r[0]:.2f} s, {r[1]:.0f} MB, cpu {r[2]:.2f} s" if r else "—"
     for name, (ours, theirs, arrow) in jobs.items():
         if only and only not in name:
             continue
-        o = best(ours, 2)
-        d = best(theirs, 2)
-        a = best(arrow, 2) if arrow else None
-        fmt = lambda r: f"{r[0]:.2f} s, {r[1]:.0f} MB" if r else "—"
-        print(f"| {name} | {fmt(o)} | {fmt(d)} | {fmt(a)} | {o[0] / d[0]:.2f} |", flush=True)
+        base = base_jobs[name][0] if baseline else None
+        o, b, d, a = best_of([ours, base, theirs, arrow], repeat)
+        cells = f"| {name} | {fmt(o)} |" + (f" {fmt(b)} |" if baseline else "") + f" {fmt(d)} | {fmt(a)} |"
+        print(cells + f" {o[0] / d[0]:.2f} |" + (f" {b[0] / d[0]:.2f} |" if baseline else ""), flush=True)
+    print(f"load average {load()} at the end")
 
     # Ctrl-C one second into jobs that take longer than that.
     print()
@@ -189,6 +217,7 @@ def main():
         latency, status, left = stop_latency(argv, output)
         shown = "ended before the signal" if latency is None else f"{latency:.2f} s"
         print(f"| {name} | {shown} | {status} | {'yes' if left else 'no'} |", flush=True)
+
 
 
 if __name__ == "__main__":

@@ -2,6 +2,7 @@
 
 #include "errors.hpp"
 #include "interrupt_watch.hpp"
+#include "standard_input.hpp"
 #include "text.hpp"
 
 #include <ovparquet/convert/to_orvane.hpp>
@@ -28,7 +29,7 @@ constexpr std::int32_t kBlockBytes = 4 << 20;
 CsvInput::CsvInput(const std::string& name, char delimiter) : mName(name) {
   std::shared_ptr<::arrow::io::InputStream> stream;
   if (name == "-") {
-    stream = std::make_shared<::arrow::io::StdinStream>();
+    stream = standardInput();
   } else {
     auto file = core::common::makeReadableFilePtr(toHost(name));
     const auto size = file->GetSize();

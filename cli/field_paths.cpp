@@ -31,7 +31,7 @@ std::optional<FieldPath> pathThroughRecords(const std::string& name, const ::arr
     for (std::size_t k = 1; k < head; ++k) variable += "." + parts[k];
     auto field = schema.GetFieldByName(variable);
     if (!field) continue;
-    FieldPath path{name, variable, {}};
+    FieldPath path{name, variable, {}, nullptr};
     std::shared_ptr<::arrow::DataType> type = field->type();
     bool found = true;
     for (std::size_t k = head; k < parts.size() && found; ++k) {
@@ -47,7 +47,10 @@ std::optional<FieldPath> pathThroughRecords(const std::string& name, const ::arr
       path.fields.push_back(parts[k]);
       type = child->type();
     }
-    if (found) return path;
+    if (found) {
+      path.type = type;
+      return path;
+    }
   }
   return std::nullopt;
 }
@@ -60,8 +63,8 @@ std::vector<FieldPath> resolveFieldPaths(const std::vector<std::string>& names, 
   std::vector<orvane::ustring> variables;
   for (const auto& f : schema.fields()) variables.push_back(toHost(f->name()));
   for (const auto& name : names) {
-    if (schema.GetFieldByName(name)) {
-      paths.push_back({name, name, {}});
+    if (const auto field = schema.GetFieldByName(name)) {
+      paths.push_back({name, name, {}, field->type()});
       continue;
     }
     auto path = pathThroughRecords(name, schema);
@@ -78,32 +81,34 @@ bool reachesInside(const std::vector<FieldPath>& paths) {
   return false;
 }
 
+namespace {
+
+std::shared_ptr<::arrow::Array> pathValues(const ::arrow::RecordBatch& batch, const FieldPath& path) {
+  auto array = batch.GetColumnByName(path.variable);
+  if (!array) throw CliError("InternalError", "Variable '" + path.variable + "' was not read.");
+  for (const auto& name : path.fields) {
+    const auto& record = static_cast<const ::arrow::StructArray&>(*array);
+    const int index = record.struct_type()->GetFieldIndex(name);
+    // Flattened: a field of a missing record is missing too.
+    auto flattened = record.GetFlattenedField(index);
+    if (!flattened.ok()) throw CliError("InternalError", flattened.status().message());
+    array = *flattened;
+  }
+  return array;
+}
+
+}  // namespace
+
 std::shared_ptr<::arrow::RecordBatch> projectBatch(const std::shared_ptr<::arrow::RecordBatch>& batch,
                                                    const std::vector<FieldPath>& paths,
-                                                   const std::vector<std::string>& extra) {
+                                                   const std::vector<FieldPath>& extra) {
   ::arrow::FieldVector fields;
   ::arrow::ArrayVector columns;
-  const auto add = [&](const std::string& name, const std::shared_ptr<::arrow::Array>& array, bool nullable) {
-    fields.push_back(::arrow::field(name, array->type(), nullable));
-    columns.push_back(array);
-  };
-  for (const auto& p : paths) {
-    auto array = batch->GetColumnByName(p.variable);
-    if (!array) throw CliError("InternalError", "Variable '" + p.variable + "' was not read.");
-    for (const auto& name : p.fields) {
-      const auto& record = static_cast<const ::arrow::StructArray&>(*array);
-      const int index = record.struct_type()->GetFieldIndex(name);
-      // Flattened: a field of a missing record is missing too.
-      auto flattened = record.GetFlattenedField(index);
-      if (!flattened.ok()) throw CliError("InternalError", flattened.status().message());
-      array = *flattened;
+  for (const auto* list : {&paths, &extra}) {
+    for (const auto& path : *list) {
+      columns.push_back(pathValues(*batch, path));
+      fields.push_back(::arrow::field(path.text, columns.back()->type(), true));
     }
-    add(p.text, array, true);
-  }
-  for (const auto& name : extra) {
-    const auto array = batch->GetColumnByName(name);
-    if (!array) throw CliError("InternalError", "Variable '" + name + "' was not read.");
-    add(name, array, true);
   }
   return ::arrow::RecordBatch::Make(::arrow::schema(fields), batch->num_rows(), columns);
 }

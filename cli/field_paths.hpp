@@ -16,6 +16,7 @@ struct FieldPath {
   std::string text;                  // as given: "pt.x"
   std::string variable;              // the top-level variable: "pt"
   std::vector<std::string> fields;   // inside it: {"x"}; empty for the variable itself
+  std::shared_ptr<::arrow::DataType> type;  // of the field (set by resolveFieldPaths)
 };
 
 // Resolves each name against the file's Arrow schema. A name that is neither
@@ -28,11 +29,10 @@ std::vector<FieldPath> resolveFieldPaths(const std::vector<std::string>& names, 
 bool reachesInside(const std::vector<FieldPath>& paths);
 
 // A batch of the paths' values, named by their texts, from a batch holding
-// (at least) their top-level variables, followed by the batch's own columns
-// named in `extra` (the filter's variables). A field of a missing record is
-// missing.
+// (at least) their top-level variables, followed by those of `extra` (the
+// filter's variables and fields). A field of a missing record is missing.
 std::shared_ptr<::arrow::RecordBatch> projectBatch(const std::shared_ptr<::arrow::RecordBatch>& batch,
                                                    const std::vector<FieldPath>& paths,
-                                                   const std::vector<std::string>& extra);
+                                                   const std::vector<FieldPath>& extra);
 
 }  // namespace ovparquet::cli

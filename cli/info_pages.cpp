@@ -2,6 +2,7 @@
 // each data page lies, which rows it holds and its null count and bounds.
 #include "info_views.hpp"
 #include "output.hpp"
+#include "page_bounds.hpp"
 #include "table_builder.hpp"
 #include "text.hpp"
 #include "variables.hpp"
@@ -126,8 +127,12 @@ std::optional<nlohmann::ordered_json> showPages(const GlobalOptions& global, con
                                                 const std::vector<std::string>& variables) {
   const auto leaves = leafColumns(file, variables);
   // Variables without leaves (empty groups) have no pages; no leaves asked for means all.
-  const auto chunks = !variables.empty() && leaves.empty() ? std::vector<core::info::ColumnChunkPages>{}
-                                                           : core::info::readPageIndex(toHost(file), leaves);
+  auto chunks = !variables.empty() && leaves.empty() ? std::vector<core::info::ColumnChunkPages>{}
+                                                     : core::info::readPageIndex(toHost(file), leaves);
+  if (!chunks.empty()) {
+    const core::info::ParquetInfo info(toHost(file));
+    decodePageBounds(chunks, *info.getMetadata()->schema());
+  }
   switch (global.format) {
     case Format::Json: return toJson(file, chunks);
     case Format::Csv: writeCsv(file, chunks); break;

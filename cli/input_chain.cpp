@@ -21,7 +21,6 @@ std::string lowerExtension(const std::string& path) {
 
 bool isCsv(const std::string& name, const std::string& inputFormat) {
   if (inputFormat != "auto") return inputFormat == "csv";
-  if (name == "-") return true;
   const std::string ext = lowerExtension(name);
   if (ext == ".csv" || ext == ".tsv" || ext == ".txt") return true;
   if (ext == ".parquet" || ext == ".parq" || ext == ".pq") return false;
@@ -42,18 +41,22 @@ std::vector<std::pair<std::string, std::string>> variablesOf(const ovArray* tabl
 }  // namespace
 
 std::vector<InputFile> inputFiles(const WriteOptions& options) {
+  if (std::count(options.inputs.begin(), options.inputs.end(), kStandardInput) > 1) {
+    throw usageError("InvalidOption", "Standard input (--from -) can be read only once.");
+  }
   std::vector<InputFile> files;
   for (const auto& input : options.inputs) {
-    if (input == "-") {
-      if (options.inputFormat == "parquet") {
-        throw usageError("InvalidOption", "Standard input can only be read as CSV: Parquet needs a file it can seek in.");
-      }
-      files.push_back({input, true});
+    if (input == kStandardInput) {
+      // Parquet (told, or seen by its first bytes) is copied to a
+      // temporary file first: its footer comes last.
+      const bool parquet =
+          options.inputFormat == "parquet" || (options.inputFormat == "auto" && standardInputIsParquet());
+      files.push_back({input, !parquet, parquet ? std::make_shared<SpooledInput>() : nullptr});
       continue;
     }
     const orvane::vfs::Listing listing = orvane::vfs::listLocation(toHost(input));
     if (!listing.isDirectory) {
-      files.push_back({input, isCsv(input, options.inputFormat)});
+      files.push_back({input, isCsv(input, options.inputFormat), nullptr});
       continue;
     }
     // A directory: its Parquet files, in name order, hidden ones left out.
@@ -62,13 +65,10 @@ std::vector<InputFile> inputFiles(const WriteOptions& options) {
       std::string name = orvane::ustring_to_utf8(file);
       const std::string base = baseName(name);
       if (base.empty() || base.front() == '.' || lowerExtension(base) != ".parquet") continue;
-      files.push_back({std::move(name), false});
+      files.push_back({std::move(name), false, nullptr});
       ++found;
     }
     if (found == 0) throw CliError("NoParquetFiles", "No Parquet files (*.parquet) found under '" + input + "'.");
-  }
-  if (std::count_if(files.begin(), files.end(), [](const InputFile& f) { return f.name == "-"; }) > 1) {
-    throw usageError("InvalidOption", "Standard input (--from -) can be read only once.");
   }
   return files;
 }
@@ -91,6 +91,8 @@ void InputChain::open(std::size_t index) {
   const InputFile& file = mFiles[index];
   if (file.csv) {
     mInput = std::make_unique<CsvInput>(file.name, mDelimiter);
+  } else if (file.spool) {
+    mInput = std::make_unique<ParquetInput>(file.spool->path(), file.name);
   } else {
     mInput = std::make_unique<ParquetInput>(file.name);
   }
@@ -144,7 +146,8 @@ unique_ovarray_ptr InputChain::empty() {
   if (mFirstEmpty) return std::move(mFirstEmpty);
   // The first input gave empty tables (row groups of no rows): open it again.
   if (mFiles.front().csv) return CsvInput(mFiles.front().name, mDelimiter).empty();
-  return ParquetInput(mFiles.front().name).empty();
+  const InputFile& first = mFiles.front();
+  return (first.spool ? ParquetInput(first.spool->path(), first.name) : ParquetInput(first.name)).empty();
 }
 
 double InputChain::progress() const {

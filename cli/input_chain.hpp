@@ -3,6 +3,7 @@
 // the file that differs. A directory stands for the Parquet files below it.
 #pragma once
 
+#include "standard_input.hpp"
 #include "write_input.hpp"
 #include "write_options.hpp"
 
@@ -17,6 +18,7 @@ namespace ovparquet::cli {
 struct InputFile {
   std::string name;
   bool csv = false;
+  std::shared_ptr<SpooledInput> spool;  // Parquet on standard input: its copy
 };
 
 // The files the --from options stand for, in order.

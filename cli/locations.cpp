@@ -11,6 +11,7 @@
 #include <glob.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <memory>
 
 namespace ovparquet::cli {
@@ -35,7 +36,73 @@ std::pair<std::string, std::string> splitQuery(const std::string& location) {
                  "No files match the pattern '" + orvane::redactLocationSecrets(pattern) + "'.");
 }
 
+std::vector<std::string> splitSegments(const std::string& path) {
+  std::vector<std::string> segments;
+  std::size_t start = 0;
+  while (start <= path.size()) {
+    const std::size_t slash = path.find('/', start);
+    const std::size_t end = slash == std::string::npos ? path.size() : slash;
+    segments.push_back(path.substr(start, end - start));
+    if (slash == std::string::npos) break;
+    start = slash + 1;
+  }
+  return segments;
+}
+
+bool hasRecursiveSegment(const std::string& path) {
+  for (const auto& segment : splitSegments(path)) {
+    if (segment == "**") return true;
+  }
+  return false;
+}
+
+// Whether path segments [j, end) match pattern segments [i, end): a "**"
+// segment stands for any number of levels (none included) whose names do not
+// start with a dot; any other segment matches one level as fnmatch does.
+bool segmentsMatch(const std::vector<std::string>& pattern, std::size_t i, const std::vector<std::string>& path,
+                   std::size_t j) {
+  if (i == pattern.size()) return j == path.size();
+  if (pattern[i] == "**") {
+    if (segmentsMatch(pattern, i + 1, path, j)) return true;
+    return j < path.size() && !path[j].empty() && path[j][0] != '.' && segmentsMatch(pattern, i, path, j + 1);
+  }
+  return j < path.size() && fnmatch(pattern[i].c_str(), path[j].c_str(), FNM_PERIOD) == 0 &&
+         segmentsMatch(pattern, i + 1, path, j + 1);
+}
+
+bool pathMatches(const std::string& pattern, const std::string& path) {
+  return segmentsMatch(splitSegments(pattern), 0, splitSegments(path), 0);
+}
+
+// A local pattern with a "**" segment: the tree below its literal leading
+// directories is walked (hidden directories are not entered) and every file
+// and directory whose path matches is kept.
+std::vector<std::string> localRecursiveMatches(const std::string& pattern) {
+  const auto segments = splitSegments(pattern);
+  std::size_t literal = 0;  // leading segments without wildcards
+  while (literal + 1 < segments.size() && segments[literal].find_first_of("*?[") == std::string::npos) ++literal;
+  std::string root;
+  for (std::size_t k = 0; k < literal; ++k) root += segments[k] + "/";
+  namespace fs = std::filesystem;
+  const fs::path start = root.empty() ? fs::path(".") : fs::path(root);
+  std::vector<std::string> matches;
+  std::error_code error;
+  if (!fs::is_directory(start, error)) throwNoMatch(pattern);
+  fs::recursive_directory_iterator walk(start, fs::directory_options::skip_permission_denied, error);
+  if (error) throw CliError("CannotList", "Unable to list the matches of '" + pattern + "': " + error.message() + ".");
+  for (; walk != fs::recursive_directory_iterator(); walk.increment(error)) {
+    if (error) throw CliError("CannotList", "Unable to list the matches of '" + pattern + "': " + error.message() + ".");
+    const std::string name = walk->path().filename().string();
+    const std::string path = root + walk->path().lexically_relative(start).generic_string();
+    if (pathMatches(pattern, path)) matches.push_back(path);
+    if (!name.empty() && name[0] == '.' && walk->is_directory(error)) walk.disable_recursion_pending();
+  }
+  if (matches.empty()) throwNoMatch(pattern);
+  return matches;
+}
+
 std::vector<std::string> localMatches(const std::string& pattern) {
+  if (hasRecursiveSegment(pattern)) return localRecursiveMatches(pattern);
   glob_t found{};
   const std::unique_ptr<glob_t, void (*)(glob_t*)> release(&found, globfree);
   const int status = glob(pattern.c_str(), 0, nullptr, &found);
@@ -55,7 +122,7 @@ std::vector<std::string> remoteMatches(const std::string& pattern) {
   std::vector<std::string> matches;
   for (const auto& file : listing.files) {
     std::string name = orvane::ustring_to_utf8(file);
-    if (fnmatch(path.c_str(), splitQuery(name).first.c_str(), FNM_PATHNAME | FNM_PERIOD) == 0) {
+    if (pathMatches(path, splitQuery(name).first)) {
       matches.push_back(std::move(name));
     }
   }

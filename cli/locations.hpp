@@ -10,8 +10,9 @@ namespace ovparquet::cli {
 // *.parquet files below them (the library's rule); glob patterns, quoted so
 // that the program and not the shell expands them, for what they match:
 // local ones through glob(3), s3 ones by listing the prefix before the first
-// wildcard and matching each key. A matched directory stands for its
-// *.parquet files. The result is sorted and names each file once.
+// wildcard and matching each key. A "**" segment matches any number of
+// directory levels (a/**/*.parquet: every .parquet file below a). A matched
+// directory stands for its *.parquet files. The result is sorted and names each file once.
 // Raises "ORVANE:cli:NoMatchingFiles" for a pattern that matches nothing and
 // the library's "NoParquetFiles" for a directory without Parquet files.
 std::vector<std::string> expandLocations(const std::vector<std::string>& locations);

@@ -12,9 +12,10 @@ namespace ovparquet::cli {
 
 namespace read = orvane::io::parquet::core::read;
 
-ParquetInput::ParquetInput(const std::string& name) : mName(name) {
-  namingFile(name, [&] {
-    const orvane::ustring file = toHost(name);
+ParquetInput::ParquetInput(const std::string& path, const std::string& name)
+    : mPath(path), mName(name.empty() ? path : name) {
+  namingFile(mName, [&] {
+    const orvane::ustring file = toHost(mPath);
     const read::RowGroupParquetReader probe(file, std::vector<double>{});
     std::vector<double> all;
     for (double r = 1; r <= probe.getTotalNumRowGroups(); ++r) all.push_back(r);
@@ -37,7 +38,7 @@ unique_ovarray_ptr ParquetInput::empty() {
   // first row group is cut to no rows.
   std::vector<double> first;
   if (mRowGroups > 0) first.push_back(1);
-  read::RowGroupParquetReader reader(toHost(mName), first);
+  read::RowGroupParquetReader reader(toHost(mPath), first);
   auto table = reader.read();
   if (ovTableNumRows(table.get()) == 0) return table;
   std::vector<std::size_t> all(ovTableNumVariables(table.get()));

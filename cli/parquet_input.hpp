@@ -14,7 +14,9 @@ namespace ovparquet::cli {
 
 class ParquetInput : public WriteInput {
  public:
-  explicit ParquetInput(const std::string& name);
+  // `path` is read; `name` names it in messages ("-" for a copy of
+  // standard input).
+  explicit ParquetInput(const std::string& path, const std::string& name = {});
 
   const std::string& name() const override { return mName; }
   bool cutsAnywhere() const override { return false; }
@@ -23,6 +25,7 @@ class ParquetInput : public WriteInput {
   double progress() const override;
 
  private:
+  std::string mPath;
   std::string mName;
   std::unique_ptr<orvane::io::parquet::core::read::RowGroupParquetReader> mReader;
   std::size_t mRowGroups = 0;

@@ -1,5 +1,6 @@
 // read PATH...: prints the data of chosen variables and row groups of one or
-// more files, optionally only the rows that satisfy a --where filter.
+// more files, optionally only the rows that satisfy a --where filter. Where
+// the rows go is row_sink.hpp's job.
 //
 // Rows stream through in batches (Arrow's record-batch reader), so a head of
 // a few rows decodes only those, and an export of a large file keeps a few
@@ -14,13 +15,15 @@
 #include "locations.hpp"
 #include "option_values.hpp"
 #include "output.hpp"
-#include "row_text.hpp"
+#include "row_sink.hpp"
 #include "rows.hpp"
+#include "standard_input.hpp"
 #include "text.hpp"
 #include "variables.hpp"
 #include "where.hpp"
 #include "where_pruning.hpp"
 
+#include <ovparquet/convert/datatype.hpp>
 #include <ovparquet/core/info/ParquetInfo.hpp>
 #include <ovparquet/core/read/ParquetReader.hpp>
 #include <ovparquet/core/read/ReadBudget.hpp>
@@ -46,108 +49,6 @@ using orvane::io::parquet::core::read::RowGroupParquetReader;
 
 constexpr std::int64_t kBatchRows = 65536;
 constexpr std::uint64_t kNoLimit = std::numeric_limits<std::uint64_t>::max();
-
-// Where the kept rows go: one of the formats.
-class RowSink {
- public:
-  RowSink(const GlobalOptions& global, std::vector<std::string> names)
-      : mFormat(global.format), mNdjson(global.ndjson), mNames(std::move(names)),
-        mArena(static_cast<int>(orvane::computationalThreadCount())) {
-    if (mFormat == Format::Csv) {
-      std::vector<std::string> header;
-      for (const auto& n : mNames) header.push_back(csvField(n));
-      writeCsvRow(std::cout, header);
-    } else if (mFormat == Format::Json && !mNdjson) {
-      std::cout << '[';
-    }
-  }
-
-  // Rows of `table` (the output variables are its first ones); `batch` is
-  // the Arrow batch the table was converted from.
-  void add(const ovArray* table, const std::shared_ptr<::arrow::RecordBatch>& batch,
-           const std::vector<std::size_t>& rows) {
-    const RowTexts texts(table, batch, mNames);
-    if (mFormat == Format::Table) {
-      if (!rows.empty() || mShown.empty()) mShown.push_back(texts.shownTable(rows));
-      mShownRows += rows.size();
-      return;
-    }
-    // Blocks of rows formatted in parallel, written in order.
-    const std::size_t blocks = std::max<std::size_t>(1, std::min<std::size_t>(rows.size() / 1024, 4 * mArena.max_concurrency()));
-    // The buffers are kept from batch to batch: no new memory to fault in.
-    std::vector<std::string>& text = mText;
-    if (text.size() < blocks) text.resize(blocks);
-    const auto format = [&](std::size_t b) {
-      const std::size_t begin = rows.size() * b / blocks;
-      const std::size_t end = rows.size() * (b + 1) / blocks;
-      std::string& out = text[b];
-      out.clear();
-      out.reserve((end - begin) * std::max<std::size_t>(mBytesPerRow, 16 * mNames.size()));
-      if (mFormat == Format::Csv) {
-        texts.appendCsv(out, rows, begin, end);
-      } else if (mNdjson) {
-        texts.appendJson(out, rows, begin, end, "", "\n");
-      } else {
-        texts.appendJson(out, rows, begin, end, ",\n  ", "");
-      }
-    };
-    if (blocks == 1) {
-      format(0);
-    } else {
-      mArena.execute([&] { tbb::parallel_for(std::size_t{0}, blocks, format); });
-    }
-    std::size_t written = 0;
-    for (std::size_t b = 0; b < blocks; ++b) {
-      if (mFormat == Format::Json && !mNdjson && mRecords == 0 && !text[b].empty()) {
-        text[b].erase(0, 1);  // the first record has no comma before it
-      }
-      if (!text[b].empty()) ++mRecords;
-      std::cout.write(text[b].data(), static_cast<std::streamsize>(text[b].size()));
-      written += text[b].size();
-    }
-    // Room for a little more than this batch needed, next time.
-    if (!rows.empty()) mBytesPerRow = std::max(mBytesPerRow, written / rows.size() + written / rows.size() / 8 + 1);
-  }
-
-  // Rows that exist but are not shown (table format only).
-  void addUnshown(std::uint64_t rows) { mMore += rows; }
-
-  void finish() {
-    if (mFormat == Format::Json && !mNdjson) {
-      std::cout << (mRecords == 0 ? "]\n" : "\n]\n");
-    } else if (mFormat == Format::Table) {
-      unique_ovarray_ptr table;
-      if (mShown.empty()) {
-        table = emptyTable(toHost(mNames));
-      } else if (mShown.size() == 1) {
-        table = std::move(mShown.front());
-      } else {
-        std::vector<RowPick> pieces;
-        for (const auto& t : mShown) pieces.push_back({t.get(), rowRange(0, ovTableNumRows(t.get()))});
-        table = gatherTable(pieces, rowRange(0, mNames.size()));
-      }
-      writeTable(std::cout, table.get());
-      if (mMore > 0) {
-        std::cout << "... (" << mMore << " more " << (mMore == 1 ? "row" : "rows") << ")\n";
-      } else if (mShownRows == 0) {
-        std::cout << "(no rows)\n";
-      }
-    }
-    std::cout.flush();
-  }
-
- private:
-  Format mFormat;
-  bool mNdjson;
-  std::vector<std::string> mNames;
-  tbb::task_arena mArena;
-  std::vector<unique_ovarray_ptr> mShown;
-  std::size_t mShownRows = 0;
-  std::uint64_t mMore = 0;
-  std::size_t mRecords = 0;
-  std::vector<std::string> mText;  // formatted blocks of the current batch
-  std::size_t mBytesPerRow = 0;    // of the text so far
-};
 
 std::vector<double> allRowGroups(double count) {
   std::vector<double> list;
@@ -191,9 +92,35 @@ std::vector<FieldPath> outputPaths(const std::vector<std::string>& output, const
       const orvane::io::parquet::core::info::ParquetInfo info(file);
       return resolveFieldPaths(output, *info.getArrowSchema(), fileText);
     }
-    paths.push_back({name, name, {}});
+    paths.push_back({name, name, {}, nullptr});
   }
   return paths;
+}
+
+// Checks the filter's literals against the host types of its variables and
+// record fields before anything is read.
+void checkFilterTypes(const WhereNode& filter, const std::vector<FieldPath>& filterPaths,
+                      const std::vector<ustring>& fileNames, const std::vector<std::string>& types) {
+  const auto typeOf = [&](const std::string& name) -> std::string {
+    const int index = variableIndex(fileNames, name);
+    if (index >= 0) return types[static_cast<std::size_t>(index)];
+    for (const auto& p : filterPaths) {
+      if (p.text == name && p.type) return orvane::io::arrow::core::to_orvane_datatype(p.type).value_or("");
+    }
+    return "";
+  };
+  checkComparable(filter, typeOf);
+  // A record field has no statistics to refuse it: its type is checked here.
+  for (const auto& p : filterPaths) {
+    if (p.fields.empty() || !isCompared(filter, p.text)) continue;
+    const std::string type = typeOf(p.text);
+    if (!isComparableType(type)) {
+      throw CliError("UnsupportedWhereVariable",
+                     "Field '" + p.text + "' of type " + (type.empty() ? p.type->ToString() : type) +
+                         " cannot be compared in --where: only numbers, logicals, texts, categoricals, datetimes "
+                         "and durations can (any field can be tested with 'is missing').");
+    }
+  }
 }
 
 // Appends the rows of options.file.
@@ -219,25 +146,22 @@ void readFile(const GlobalOptions& global, const ReadOptions& options, const std
                                              join(state.output) + " as '" + state.firstFile + "' has.");
   }
   const std::vector<FieldPath> paths = outputPaths(output, fileNames, file, options.file);
-  const bool project = reachesInside(paths);
   // The top-level variables to read: those of the output, then the filter's.
   std::vector<std::string> selection;
   for (const auto& p : paths) {
     if (std::find(selection.begin(), selection.end(), p.variable) == selection.end()) selection.push_back(p.variable);
   }
-  std::vector<std::string> filterOnly;  // filter variables not among the output's
+  // The filter's variables and record fields not among the output's.
+  std::vector<FieldPath> filterOnly;
   if (filter) {
-    const auto types = reader->getVariableTypes();
-    const auto filterVariables = variablesOf(*filter);
-    requireVariables(filterVariables, fileNames, options.file);
-    checkComparable(*filter, [&](const std::string& variable) {
-      return types[static_cast<std::size_t>(variableIndex(fileNames, variable))];
-    });
-    for (const auto& v : filterVariables) {
-      if (std::find(selection.begin(), selection.end(), v) == selection.end()) selection.push_back(v);
-      if (std::find(output.begin(), output.end(), v) == output.end()) filterOnly.push_back(v);
+    const auto filterPaths = outputPaths(variablesOf(*filter), fileNames, file, options.file);
+    checkFilterTypes(*filter, filterPaths, fileNames, reader->getVariableTypes());
+    for (const auto& p : filterPaths) {
+      if (std::find(selection.begin(), selection.end(), p.variable) == selection.end()) selection.push_back(p.variable);
+      if (std::find(output.begin(), output.end(), p.text) == output.end()) filterOnly.push_back(p);
     }
   }
+  const bool project = reachesInside(paths) || reachesInside(filterOnly);
 
   // Row groups that statistics prove empty are not read.
   std::vector<double> list = candidates;
@@ -296,19 +220,29 @@ void readFile(const GlobalOptions& global, const ReadOptions& options, const std
     read::checkReadBudget(file, metadata, groups, read::leafColumnsOf(*metadata.schema(), toHost(selection)),
                           read::Holding::OneAtATime);
     BatchStream stream(file, groups, toHost(selection), batchRows);
-    // The next batch is read while the current one is formatted.
-    const auto fetch = [&stream] { return stream.nextArrow(); };
+    // The next batch is read and converted to host arrays on another thread
+    // while the current one is filtered, formatted and written.
+    struct Converted {
+      std::shared_ptr<::arrow::RecordBatch> batch;
+      unique_ovarray_ptr host;
+    };
+    const auto fetch = [&stream, &paths, &filterOnly, project, &file] {
+      Converted next;
+      next.batch = stream.nextArrow();
+      if (!next.batch) return next;
+      if (project) next.batch = projectBatch(next.batch, paths, filterOnly);
+      auto table = ::arrow::Table::FromRecordBatches({next.batch});
+      if (!table.ok()) throw CliError("InternalError", table.status().message());
+      next.host = orvane::io::parquet::core::read::arrow_to_orvane(*table, file);
+      return next;
+    };
     auto pending = std::async(std::launch::async, fetch);
     while (true) {
       orvane::throwIfInterruptPending();
-      auto batch = pending.get();
+      auto [batch, host] = pending.get();
       if (!batch) break;
-      if (project) batch = projectBatch(batch, paths, filterOnly);
       ++batches;
       seen += static_cast<std::uint64_t>(batch->num_rows());
-      auto table = ::arrow::Table::FromRecordBatches({batch});
-      if (!table.ok()) throw CliError("InternalError", table.status().message());
-      const unique_ovarray_ptr host = orvane::io::parquet::core::read::arrow_to_orvane(*table, file);
       const std::size_t rows = ovTableNumRows(host.get());
       std::vector<std::size_t> kept = !filter ? rowRange(0, rows) : matchingRows(host.get(), *filter);
       const auto dropped = static_cast<std::size_t>(std::min<std::uint64_t>(skip, kept.size()));
@@ -339,7 +273,19 @@ void readFile(const GlobalOptions& global, const ReadOptions& options, const std
 int runRead(const GlobalOptions& global, const ReadOptions& options) {
   const std::optional<WhereNode> filter =
       options.where.empty() ? std::nullopt : std::optional<WhereNode>(parseWhere(options.where));
-  const auto files = expandLocations(options.paths);
+  // Parquet on standard input is read from a copy (its footer comes last).
+  std::vector<std::string> paths = options.paths;
+  if (std::count(paths.begin(), paths.end(), kStandardInput) > 1) {
+    throw usageError("InvalidOption", "Standard input (-) can be read only once.");
+  }
+  std::unique_ptr<SpooledInput> spool;
+  for (auto& path : paths) {
+    if (path != kStandardInput) continue;
+    spool = std::make_unique<SpooledInput>();
+    path = spool->path();
+  }
+  const auto shown = [&](const std::string& file) { return spool && file == spool->path() ? "-" : file; };
+  const auto files = expandLocations(paths);
   if (files.size() > 1 && options.range) {
     throw usageError("InvalidOption", "Option --range is a byte range of one file; " + std::to_string(files.size()) +
                                           " files were given.");
@@ -349,7 +295,7 @@ int runRead(const GlobalOptions& global, const ReadOptions& options) {
   for (const auto& file : files) {
     ReadOptions one = options;
     one.file = file;
-    namingFile(file, [&] { readFile(global, one, filter, state); });
+    namingFile(shown(file), [&] { readFile(global, one, filter, state); });
   }
   orvane::throwIfInterruptPending();
   state.sink->finish();
@@ -361,7 +307,9 @@ int runRead(const GlobalOptions& global, const ReadOptions& options) {
 
 ReadCommand::ReadCommand(CLI::App& app) {
   mCommand = app.add_subcommand("read", "Print the data of files, one after another");
-  mCommand->add_option("paths", mOptions.paths, "Files, directories, s3 prefixes or quoted glob patterns")->required();
+  mCommand->add_option("paths", mOptions.paths,
+                       "Files, directories, s3 prefixes, quoted glob patterns, or - (Parquet on standard input)")
+      ->required();
   mCommand->add_option("--vars", mVars, "Variables to print, in this order (a,b,c); pt.x is field x of record pt");
   auto* rowGroups = mCommand->add_option("--row-groups", mRowGroups, "Row groups to read, 1-based (1,3)");
   mCommand->add_option("--range", mRange, "Row groups starting in the byte range OFFSET:SIZE")->excludes(rowGroups);

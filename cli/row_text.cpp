@@ -15,6 +15,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 
 namespace ovparquet::cli {
 namespace {
@@ -71,56 +72,116 @@ void appendOffset(std::string& out, std::int64_t seconds) {
 
 }  // namespace
 
-bool zonedTexts(const std::shared_ptr<::arrow::Array>& array, TextList& texts, std::vector<bool>& missing) {
+bool ZonedTimes::reset(const std::shared_ptr<::arrow::Array>& array) {
   const auto& type = static_cast<const ::arrow::TimestampType&>(*array->type());
-  const std::string zone = type.timezone();
   auto local = ::arrow::compute::LocalTimestamp(array);
   if (!local.ok()) return false;
-  const auto localArray = local->make_array();
-  const auto& utc = static_cast<const ::arrow::TimestampArray&>(*array);
-  const auto& wall = static_cast<const ::arrow::TimestampArray&>(*localArray);
-  const std::int64_t perSecond = ticksPerSecond(type.unit());
-  const bool utcZone = isUtcName(zone);
+  mUtc = array;
+  mWall = local->make_array();
+  mUtcTicks = static_cast<const ::arrow::TimestampArray&>(*mUtc).raw_values();
+  mWallTicks = static_cast<const ::arrow::TimestampArray&>(*mWall).raw_values();
+  mUnit = hostUnit(type.unit());
+  mPerSecond = ticksPerSecond(type.unit());
+  mUtcZone = isUtcName(type.timezone());
+  return true;
+}
+
+void ZonedTimes::append(std::string& out, std::size_t row) const {
+  const std::int64_t localTicks = mWallTicks[row];
+  ovAppendDatetimeText(out, localTicks, mUnit, false);
+  const std::int64_t offset = (localTicks - mUtcTicks[row]) / mPerSecond;
+  if (mUtcZone && offset == 0) {
+    out += 'Z';
+  } else {
+    appendOffset(out, offset);
+  }
+}
+
+bool zonedTexts(const std::shared_ptr<::arrow::Array>& array, TextList& texts, std::vector<bool>& missing) {
+  ZonedTimes zoned;
+  if (!zoned.reset(array)) return false;
   const auto rows = static_cast<std::size_t>(array->length());
   texts.ends.reserve(rows);
   missing.assign(rows, false);
-  for (std::int64_t i = 0; i < array->length(); ++i) {
-    if (array->IsNull(i)) {
-      missing[static_cast<std::size_t>(i)] = true;
-      texts.ends.push_back(texts.bytes.size());
-      continue;
-    }
-    const std::int64_t localTicks = wall.Value(i);
-    ovAppendDatetimeText(texts.bytes, localTicks, hostUnit(type.unit()), false);
-    const std::int64_t offset = (localTicks - utc.Value(i)) / perSecond;
-    if (utcZone && offset == 0) {
-      texts.bytes += 'Z';
+  for (std::size_t i = 0; i < rows; ++i) {
+    if (zoned.isMissing(i)) {
+      missing[i] = true;
     } else {
-      appendOffset(texts.bytes, offset);
+      zoned.append(texts.bytes, i);
     }
     texts.ends.push_back(texts.bytes.size());
   }
   return true;
 }
 
+void DecimalTexts::reset(const std::shared_ptr<::arrow::Array>& array) {
+  mArray = array;
+  const auto& type = static_cast<const ::arrow::DecimalType&>(*array->type());
+  mWidth = type.byte_width();
+  mScale = type.scale();
+  mBytes = static_cast<const ::arrow::FixedSizeBinaryArray&>(*array).raw_values();
+}
+
 namespace {
 
-void decimalTexts(const ::arrow::Array& array, TextList& texts, std::vector<bool>& missing) {
-  missing.assign(static_cast<std::size_t>(array.length()), false);
-  const auto& decimals = static_cast<const ::arrow::FixedSizeBinaryArray&>(array);
-  for (std::int64_t i = 0; i < array.length(); ++i) {
-    if (array.IsNull(i)) {
-      missing[static_cast<std::size_t>(i)] = true;
-      texts.push({});
-    } else if (array.type_id() == ::arrow::Type::DECIMAL128) {
-      texts.push(static_cast<const ::arrow::Decimal128Array&>(decimals).FormatValue(i));
-    } else {
-      texts.push(static_cast<const ::arrow::Decimal256Array&>(decimals).FormatValue(i));
-    }
+// The digits of `value` with the point `scale` digits from the right, as
+// Arrow writes a decimal of that scale (0 <= scale <= 6, where it never
+// uses the exponent form): "-8602.6138", "0.0012".
+void appendScaled(std::string& out, std::int64_t value, int scale) {
+  char digits[24];
+  const bool negative = value < 0;
+  const std::uint64_t magnitude = negative ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value);
+  const auto end = std::to_chars(digits, digits + sizeof digits, magnitude).ptr;
+  const auto count = static_cast<int>(end - digits);
+  if (negative) out += '-';
+  if (scale == 0) {
+    out.append(digits, end);
+  } else if (count > scale) {
+    out.append(digits, static_cast<std::size_t>(count - scale));
+    out += '.';
+    out.append(end - scale, end);
+  } else {
+    out += "0.";
+    out.append(static_cast<std::size_t>(scale - count), '0');
+    out.append(digits, end);
   }
 }
 
 }  // namespace
+
+void DecimalTexts::appendJson(std::string& out, std::size_t row) const {
+  const std::size_t start = out.size();
+  append(out, row);
+  const std::size_t point = out.find(".E", start);
+  if (point != std::string::npos) out.erase(point, 1);
+}
+
+void DecimalTexts::append(std::string& out, std::size_t row) const {
+  const std::uint8_t* bytes = mBytes + row * static_cast<std::size_t>(mWidth);
+  if (mScale >= 0 && mScale <= 6) {
+    // Little-endian words, least significant first: the value fits 64 bits
+    // when every higher word only extends the sign of the lowest.
+    std::uint64_t low = 0;
+    std::memcpy(&low, bytes, sizeof low);
+    const std::uint64_t sign = static_cast<std::int64_t>(low) < 0 ? ~std::uint64_t{0} : 0;
+    bool fits = true;
+    for (int k = 8; k < mWidth && fits; k += 8) {
+      std::uint64_t word = 0;
+      std::memcpy(&word, bytes + k, sizeof word);
+      fits = word == sign;
+    }
+    if (fits) {
+      appendScaled(out, static_cast<std::int64_t>(low), mScale);
+      return;
+    }
+  }
+  const auto i = static_cast<std::int64_t>(row);
+  if (mArray->type_id() == ::arrow::Type::DECIMAL128) {
+    out += static_cast<const ::arrow::Decimal128Array&>(*mArray).FormatValue(i);
+  } else {
+    out += static_cast<const ::arrow::Decimal256Array&>(*mArray).FormatValue(i);
+  }
+}
 
 RowTexts::RowTexts(const ovArray* table, const std::shared_ptr<::arrow::RecordBatch>& batch,
                    std::vector<std::string> names)
@@ -135,11 +196,11 @@ RowTexts::RowTexts(const ovArray* table, const std::shared_ptr<::arrow::RecordBa
       const auto array = batch->column(static_cast<int>(v));
       const auto id = array->type_id();
       if (id == ::arrow::Type::DECIMAL128 || id == ::arrow::Type::DECIMAL256) {
-        decimalTexts(*array, column.texts, column.missing);
-        column.bareJson = true;
+        column.decimals.reset(array);
+        column.kind = Kind::Decimal;
       } else if (id == ::arrow::Type::TIMESTAMP &&
                  !static_cast<const ::arrow::TimestampType&>(*array->type()).timezone().empty()) {
-        if (!zonedTexts(array, column.texts, column.missing)) column.texts = {};
+        if (column.zoned.reset(array)) column.kind = Kind::Zoned;
       }
     }
     classify(column);
@@ -148,10 +209,7 @@ RowTexts::RowTexts(const ovArray* table, const std::shared_ptr<::arrow::RecordBa
 }
 
 void RowTexts::classify(Column& column) {
-  if (!column.texts.ends.empty()) {
-    column.kind = Kind::Exact;
-    return;
-  }
+  if (column.exact()) return;
   const ovArray* c = column.host;
   if (ovIsTable(c) || ovIsCell(c) || ovIsStruct(c)) return;
   column.missingMask = ovGetMissingMask(c);
@@ -173,10 +231,18 @@ void RowTexts::classify(Column& column) {
       column.values = ovGetCategoryCodes(c);
       const ovArray* categories = ovGetCategories(c);
       std::string text;
+      std::string styled;
       for (std::size_t k = 0; k < ovGetNumberOfElements(categories); ++k) {
         text.clear();
         orvane::append_utf16_replacing(ovGetStringView(categories, k), text);
         column.texts.push(text);
+        // Written as each format writes a text, once per category.
+        styled.clear();
+        appendCsvText(styled, text);
+        column.csvTexts.push(styled);
+        styled.clear();
+        appendJsonString(styled, text);
+        column.jsonTexts.push(styled);
       }
       return;
     }
@@ -190,12 +256,14 @@ namespace {
 // How CSV and JSON differ for the typed values: how a text is written (a
 // datetime is a text too) and what stands for NaN and the infinities.
 struct CsvStyle {
+  static constexpr bool kCsv = true;
   static void text(std::string& out, std::string_view text) { appendCsvText(out, text); }
   static void nonFinite(std::string& out, double value) { out += doubleText(value); }
   static constexpr char kQuote[] = "";
 };
 
 struct JsonStyle {
+  static constexpr bool kCsv = false;
   static void text(std::string& out, std::string_view text) { appendJsonString(out, text); }
   static void nonFinite(std::string& out, double) { out += "null"; }
   static constexpr char kQuote[] = "\"";
@@ -231,8 +299,11 @@ void RowTexts::appendTypedValue(std::string& out, std::string& scratch, const Co
       return;
     case Kind::Categorical: {
       const std::int32_t code = static_cast<const std::int32_t*>(column.values)[row];
-      const bool defined = code >= 0 && static_cast<std::size_t>(code) < column.texts.ends.size();
-      Style::text(out, defined ? column.texts.at(static_cast<std::size_t>(code)) : std::string_view("<undefined>"));
+      if (code >= 0 && static_cast<std::size_t>(code) < column.texts.ends.size()) {
+        out += (Style::kCsv ? column.csvTexts : column.jsonTexts).at(static_cast<std::size_t>(code));
+      } else {
+        Style::text(out, "<undefined>");
+      }
       return;
     }
     default: return;
@@ -241,8 +312,12 @@ void RowTexts::appendTypedValue(std::string& out, std::string& scratch, const Co
 
 void RowTexts::appendCsvValue(std::string& out, std::string& scratch, const Column& column, std::size_t row) const {
   switch (column.kind) {
-    case Kind::Exact:
-      if (!column.missing[row]) appendCsvText(out, column.texts.at(row));
+    case Kind::Decimal:
+      // Digits, a sign and a point: never quoted.
+      if (!column.decimals.isMissing(row)) column.decimals.append(out, row);
+      return;
+    case Kind::Zoned:
+      if (!column.zoned.isMissing(row)) column.zoned.append(out, row);
       return;
     case Kind::Other:
       if (!isMissingValue(column.host, row)) appendCsvText(out, valueText(column.host, row));
@@ -254,13 +329,20 @@ void RowTexts::appendCsvValue(std::string& out, std::string& scratch, const Colu
 
 void RowTexts::appendJsonValue(std::string& out, std::string& scratch, const Column& column, std::size_t row) const {
   switch (column.kind) {
-    case Kind::Exact:
-      if (column.missing[row]) {
+    case Kind::Decimal:
+      if (column.decimals.isMissing(row)) {
         out += "null";
-      } else if (column.bareJson) {
-        out += column.texts.at(row);
       } else {
-        appendJsonString(out, column.texts.at(row));
+        column.decimals.appendJson(out, row);
+      }
+      return;
+    case Kind::Zoned:
+      if (column.zoned.isMissing(row)) {
+        out += "null";
+      } else {
+        out += '"';
+        column.zoned.append(out, row);
+        out += '"';
       }
       return;
     case Kind::Other:
@@ -312,23 +394,26 @@ unique_ovarray_ptr RowTexts::shownTable(const std::vector<std::size_t>& rows) co
   for (std::size_t v = 0; v < all.size(); ++v) all[v] = v;
   auto gathered = gatherTable({{mTable, rows}}, all);
   bool exact = false;
-  for (const auto& c : mColumns) exact = exact || c.kind == Kind::Exact;
+  for (const auto& c : mColumns) exact = exact || c.exact();
   if (!exact) return gathered;
   std::vector<unique_ovarray_ptr> columns;
   std::vector<orvane::ustring> names;
   for (std::size_t v = 0; v < mColumns.size(); ++v) {
     names.push_back(ovTableName(gathered.get(), v));
     const Column& c = mColumns[v];
-    if (c.kind != Kind::Exact) {
+    if (!c.exact()) {
       columns.push_back(ovDuplicateArray(ovTableColumn(gathered.get(), v)));
       continue;
     }
     ovStringArrayBuilder builder({rows.size(), 1});
+    std::string text;
     for (const std::size_t r : rows) {
-      if (c.missing[r]) {
+      if (c.exactMissing(r)) {
         builder.appendMissing();
       } else {
-        builder.append(toHost(c.texts.at(r)));
+        text.clear();
+        c.appendExact(text, r);
+        builder.append(toHost(text));
       }
     }
     columns.push_back(builder.finish());

@@ -9,6 +9,7 @@
 
 #include <ovparquet/host/array.hpp>
 
+#include <arrow/array.h>
 #include <arrow/record_batch.h>
 
 #include <cstddef>
@@ -38,6 +39,44 @@ struct TextList {
 // zone): the host's UTC text is used then.
 bool zonedTexts(const std::shared_ptr<::arrow::Array>& array, TextList& texts, std::vector<bool>& missing);
 
+// A zoned timestamp array with its wall-clock times, so that each value's
+// text can be written when (and on whichever thread) it is needed.
+class ZonedTimes {
+ public:
+  // False when Arrow cannot convert (an unknown zone).
+  bool reset(const std::shared_ptr<::arrow::Array>& array);
+  bool isMissing(std::size_t row) const { return mUtc->IsNull(static_cast<std::int64_t>(row)); }
+  // The local time and its offset, 2023-12-31T19:00:00-05:00 (Z in UTC).
+  void append(std::string& out, std::size_t row) const;
+
+ private:
+  std::shared_ptr<::arrow::Array> mUtc;
+  std::shared_ptr<::arrow::Array> mWall;
+  const std::int64_t* mUtcTicks = nullptr;
+  const std::int64_t* mWallTicks = nullptr;
+  ovTimeUnit mUnit = ovTimeUnit::Second;
+  std::int64_t mPerSecond = 1;
+  bool mUtcZone = false;
+};
+
+// The exact text of a decimal array's values (-8602.6138), written without a
+// string per value where the digits fit 64 bits.
+class DecimalTexts {
+ public:
+  void reset(const std::shared_ptr<::arrow::Array>& array);
+  bool isMissing(std::size_t row) const { return mArray->IsNull(static_cast<std::int64_t>(row)); }
+  void append(std::string& out, std::size_t row) const;
+  // As a JSON number: Arrow's exponent form of a lone digit ("9.E-7") has a
+  // point JSON does not allow.
+  void appendJson(std::string& out, std::size_t row) const;
+
+ private:
+  std::shared_ptr<::arrow::Array> mArray;
+  const std::uint8_t* mBytes = nullptr;  // the values, first row first
+  int mWidth = 16;
+  int mScale = 0;
+};
+
 class RowTexts {
  public:
   // `table` is the host table of `batch` (same rows, same variables in the
@@ -57,7 +96,7 @@ class RowTexts {
 
  private:
   // How a column's values become text, decided once per batch.
-  enum class Kind { Exact, Double, Int64, Int32, Logical, String, Categorical, Datetime, Other };
+  enum class Kind { Decimal, Zoned, Double, Int64, Int32, Logical, String, Categorical, Datetime, Other };
 
   struct Column {
     Kind kind = Kind::Other;
@@ -66,11 +105,24 @@ class RowTexts {
     const void* values = nullptr;              // numbers, ticks or category codes
     ovTimeUnit unit = ovTimeUnit::Second;
     bool instant = false;                      // a zoned datetime: UTC with "Z"
-    // Exact: a text per row; Categorical: a text per category.
-    TextList texts;
-    std::vector<bool> missing;                 // Exact: rows without a text
-    bool bareJson = false;                     // Exact texts that are JSON numbers
+    TextList texts;                            // Categorical: a text per category
+    TextList csvTexts;                         // ... as a CSV field
+    TextList jsonTexts;                        // ... as a JSON string
+    DecimalTexts decimals;                     // Decimal: texts from the Arrow array
+    ZonedTimes zoned;                          // Zoned: texts from the Arrow array
     bool missingAt(std::size_t row) const { return missingMask != nullptr && missingMask[row] != 0; }
+    // Decimal and Zoned: the value is missing in the Arrow array.
+    bool exactMissing(std::size_t row) const {
+      return kind == Kind::Decimal ? decimals.isMissing(row) : zoned.isMissing(row);
+    }
+    void appendExact(std::string& out, std::size_t row) const {
+      if (kind == Kind::Decimal) {
+        decimals.append(out, row);
+      } else {
+        zoned.append(out, row);
+      }
+    }
+    bool exact() const { return kind == Kind::Decimal || kind == Kind::Zoned; }
   };
 
   static void classify(Column& column);

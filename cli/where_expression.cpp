@@ -367,4 +367,14 @@ std::vector<std::string> variablesOf(const WhereNode& node) {
   return names;
 }
 
+bool isCompared(const WhereNode& node, const std::string& variable) {
+  if ((node.kind == WhereNode::Kind::Compare || node.kind == WhereNode::Kind::In) && node.variable == variable) {
+    return true;
+  }
+  for (const auto& child : node.children) {
+    if (isCompared(child, variable)) return true;
+  }
+  return false;
+}
+
 }  // namespace ovparquet::cli

@@ -54,5 +54,8 @@ WhereNode parseWhere(std::string_view expression);
 
 // The variables the expression names, each once, in order of appearance.
 std::vector<std::string> variablesOf(const WhereNode& node);
+// Whether the expression compares the variable with literals (rather than
+// only testing it with 'is missing').
+bool isCompared(const WhereNode& node, const std::string& variable);
 
 }  // namespace ovparquet::cli

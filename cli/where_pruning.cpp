@@ -69,7 +69,14 @@ class Pruner {
       for (std::size_t v = 0; v < names.size() && index < 0; ++v) {
         if (names[v] == name) index = static_cast<std::int32_t>(v);
       }
-      if (index < 0) throw CliError("InternalError", "Variable '" + variable + "' is not in the file.");
+      if (index < 0) {
+        // A field of a record (pt.x): the library keeps statistics per
+        // variable only.
+        notes.push_back("no statistics for '" + variable + "' (a field of a record): its row groups are filtered "
+                        "row by row");
+        mFacts.emplace(variable, VariableFacts{});
+        continue;
+      }
       const std::string type = types[static_cast<std::size_t>(index)];
       const bool isCompared = std::find(compared.begin(), compared.end(), variable) != compared.end();
       VariableFacts facts;

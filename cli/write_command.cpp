@@ -105,7 +105,8 @@ WriteCommand::WriteCommand(CLI::App& app) {
   mCommand = app.add_subcommand("write", "Write a Parquet file from CSV or Parquet files");
   mCommand->add_option("output", mOptions.output, "Parquet file to write")->required();
   mCommand->add_option("--from", mOptions.inputs,
-                       "Input: a CSV or Parquet file, a directory of Parquet files, or - (CSV on standard input); "
+                       "Input: a CSV or Parquet file, a directory of Parquet files, or - (standard input: Parquet when "
+                       "it starts as Parquet does, else CSV); "
                        "repeat to append several inputs of the same variables")
       ->required()
       ->expected(1)
@@ -116,7 +117,9 @@ WriteCommand::WriteCommand(CLI::App& app) {
   mCommand->add_option("--compression", mCompression,
                        "Codec for all variables (zstd) or per variable (a=zstd,b=gzip): brotli, gzip, lz4, "
                        "snappy, uncompressed, zstd");
-  mCommand->add_option("--encoding", mEncoding, "dictionary or plain, for all variables or per variable (a=plain)");
+  mCommand->add_option("--encoding", mEncoding,
+                       "dictionary or plain, for all variables or per variable (a=plain); a variable not named gets "
+                       "plain when its first values are mostly distinct, dictionary otherwise");
   mCommand->add_option("--version", mOptions.version, "Parquet format version: 1.0 or 2.0")
       ->check(CLI::IsMember({"1.0", "2.0"}));
   auto* lengthOpt = mCommand

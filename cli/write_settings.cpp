@@ -1,5 +1,6 @@
 #include "write_settings.hpp"
 
+#include "encoding_choice.hpp"
 #include "errors.hpp"
 #include "text.hpp"
 #include "variables.hpp"
@@ -7,6 +8,8 @@
 #include <ovparquet/convert/to_arrow.hpp>
 
 #include <arrow/table.h>
+
+#include <algorithm>
 
 namespace ovparquet::cli {
 namespace {
@@ -66,7 +69,9 @@ void configureWriter(orvane::io::parquet::core::write::ParquetWriter& writer, co
   writer.setStoreArrowSchema(options.storeSchema);
   writer.setUseCompliantNestedTypes(options.compliantNested);
   if (options.rowGroupLength) writer.setMaxRowGroupLength(*options.rowGroupLength);
-  if (!options.compression.given() && !options.encoding.given()) return;
+  // Variables not told an encoding get the one their first rows suit.
+  const bool chooseAny = options.encoding.all.empty() && options.encoding.byVariable.size() < names.size();
+  if (!options.compression.given() && !options.encoding.given() && !chooseAny) return;
 
   // Per-variable settings reach the leaf columns of each variable through
   // their paths in the schema the writer will write.
@@ -80,9 +85,16 @@ void configureWriter(orvane::io::parquet::core::write::ParquetWriter& writer, co
   if (options.compression.given()) {
     writer.setVariableCompression(perVariable(options.compression, names, "snappy", input));
   }
-  if (options.encoding.given()) {
-    writer.setVariableEncoding(perVariable(options.encoding, names, "dictionary", input));
+  std::vector<std::string> encodings = perVariable(options.encoding, names, "dictionary", input);
+  if (chooseAny) {
+    const auto chosen = chooseEncodings(firstTable);
+    for (std::size_t v = 0; v < names.size(); ++v) {
+      const bool told = std::any_of(options.encoding.byVariable.begin(), options.encoding.byVariable.end(),
+                                    [&](const auto& entry) { return toHost(entry.first) == names[v]; });
+      if (!told) encodings[v] = chosen[v];
+    }
   }
+  writer.setVariableEncoding(encodings);
 }
 
 }  // namespace ovparquet::cli

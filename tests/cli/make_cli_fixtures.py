@@ -78,6 +78,10 @@ def records_file(out):
         "bin": pa.array([b"\x00\x01", None, b""], pa.binary()),
     }).replace_schema_metadata({"origin": "fixture"})
     pq.write_table(table, os.path.join(out, "pyarrow_records.parquet"))
+    # A record holding a list, which --where cannot compare.
+    holder = pa.array([{"tags": ["a"], "n": 1}, {"tags": [], "n": 2}],
+                      pa.struct([("tags", pa.list_(pa.string())), ("n", pa.int64())]))
+    pq.write_table(pa.table({"holder": holder}), os.path.join(out, "pyarrow_record_list.parquet"))
 
 
 def duckdb_file(out):
@@ -113,6 +117,53 @@ def zoned_decimal_file(out):
             local = instants[i].astimezone(zone).isoformat(timespec="microseconds")
             amount = "" if amounts[i] is None else str(amounts[i])
             f.write(f"{i},{local},{amount}\n")
+
+
+def decimals_file(out):
+    # Decimals of every scale from 0 to 8 (small, large, negative, zero; the
+    # scales above 6 write small values with an exponent) and 38 digits, in
+    # 128 and 256 bits; pyarrow's texts of them go to a CSV file.
+    import decimal
+    import random
+    rng = random.Random(5)
+    n = 400
+    columns = {}
+    for scale in range(9):
+        values = []
+        for i in range(n):
+            magnitude = rng.choice([0, 1, 9, 10, 99, 12345, 10**9, 10**15 - 1, 10**17, rng.randrange(10**18)])
+            values.append(None if i % 37 == 5 else decimal.Decimal((-1) ** i * magnitude).scaleb(-scale))
+        columns[f"d{scale}"] = pa.array(values, pa.decimal128(18, scale))
+    wide = [decimal.Decimal((-1) ** i * rng.randrange(10**37)).scaleb(-3) for i in range(n)]
+    columns["wide"] = pa.array(wide, pa.decimal128(38, 3))
+    columns["w256"] = pa.array(wide, pa.decimal256(40, 3))
+    table = pa.table(columns)
+    pq.write_table(table, os.path.join(out, "pyarrow_decimals.parquet"), row_group_size=150)
+    # Arrow's own decimal texts (Python's differ in the exponent form).
+    texts = [table.column(c).cast(pa.string()).to_pylist() for c in table.column_names]
+    with open(os.path.join(out, "pyarrow_decimals_expected.csv"), "w") as f:
+        f.write(",".join(table.column_names) + "\n")
+        for i in range(n):
+            f.write(",".join("" if column[i] is None else column[i] for column in texts) + "\n")
+
+
+def page_types_file(out):
+    # One page per column chunk, with the page index: its bounds are the
+    # chunk's, of dates, time stamps, times, decimals, unsigned integers and
+    # bytes.
+    import decimal
+    table = pa.table({
+        "day": pa.array([datetime.date(2024, 1, 2), datetime.date(2023, 12, 31)], pa.date32()),
+        "at": pa.array([1704164645000000, 1704067200000000], pa.timestamp("us", tz="UTC")),
+        "naive": pa.array([1704164645250, 1704067200000], pa.timestamp("ms")),
+        "clock": pa.array([3723000000, 0], pa.time64("us")),
+        "price": pa.array([decimal.Decimal("-12.50"), decimal.Decimal("3.25")], pa.decimal128(9, 2)),
+        "big": pa.array([1, 2**63 + 5], pa.uint64()),
+        "blob": pa.array([b"\x00\xff", b"\x01"], pa.binary()),
+        "name": pa.array(["b", "a"]),
+    })
+    pq.write_table(table, os.path.join(out, "pyarrow_page_types.parquet"), write_page_index=True,
+                   use_dictionary=False)
 
 
 def pages_file(out):
@@ -171,6 +222,8 @@ def main():
     records_file(out)
     duckdb_file(out)
     zoned_decimal_file(out)
+    decimals_file(out)
+    page_types_file(out)
     pages_file(out)
     metadata_views(out)
 

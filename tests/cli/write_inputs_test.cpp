@@ -113,7 +113,8 @@ TEST(WriteInputs, StandardInputIsReadAsCsv) {
   EXPECT_EQ(ok({"read", out, "--format", "csv", "--head", "2"}).out, "id,name\n0,n0\n1,n1\n");
 
   expectFailure(runProgram({"write", out, "--from", "-", "--from", "-"}), 2, "ORVANE:cli:InvalidOption");
-  expectFailure(runProgram({"write", out, "--from", "-", "--input-format", "parquet"}), 2, "ORVANE:cli:InvalidOption");
+  // Told Parquet, standard input must hold it (here it is empty).
+  expectFailure(runProgram({"write", out, "--from", "-", "--input-format", "parquet"}), 1, "ORVANE:cli:NotParquet");
 }
 
 TEST(WriteInputs, CsvBecomesRowGroupsOfAMillionRowsByDefault) {
