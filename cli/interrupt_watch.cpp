@@ -32,6 +32,10 @@ std::set<std::string>& unfinishedFiles() {
   static std::set<std::string> files;
   return files;
 }
+std::set<std::string>& scratchFiles() {
+  static std::set<std::string> files;
+  return files;
+}
 
 extern "C" void onInterruptSignal(int signal) {
   gSignalled.store(true, std::memory_order_relaxed);
@@ -57,6 +61,7 @@ void endInterrupted(const std::string& report) {
     // The command reported its own end (the interrupt, most likely).
     if (gFinished) return;
     for (const auto& file : unfinishedFiles()) removeTemporaries(file);
+    for (const auto& file : scratchFiles()) std::remove(file.c_str());
     // Whatever was printed so far goes out before the report.
     std::fflush(stdout);
     std::fputs(report.c_str(), stderr);
@@ -116,6 +121,22 @@ void UnfinishedOutput::commit(const std::function<void()>& close) {
   close();
   if (mPath.empty()) return;
   unfinishedFiles().erase(mPath.string());
+  mPath.clear();
+}
+
+void ScratchFile::track(std::filesystem::path path) {
+  remove();
+  std::lock_guard<std::mutex> lock(filesMutex());
+  mPath = std::move(path);
+  scratchFiles().insert(mPath.string());
+}
+
+void ScratchFile::remove() noexcept {
+  if (mPath.empty()) return;
+  std::lock_guard<std::mutex> lock(filesMutex());
+  std::error_code ignored;
+  std::filesystem::remove(mPath, ignored);
+  scratchFiles().erase(mPath.string());
   mPath.clear();
 }
 

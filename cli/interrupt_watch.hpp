@@ -51,4 +51,22 @@ class UnfinishedOutput {
   std::filesystem::path mPath;
 };
 
+// A scratch file of the program's own (a copy of standard input, say): the
+// watcher removes it if it ends the process while the file is registered.
+class ScratchFile {
+ public:
+  ScratchFile() = default;
+  ~ScratchFile() { remove(); }
+  ScratchFile(const ScratchFile&) = delete;
+  ScratchFile& operator=(const ScratchFile&) = delete;
+
+  // Registers the file (one per object).
+  void track(std::filesystem::path path);
+  // Removes the file now and forgets it.
+  void remove() noexcept;
+
+ private:
+  std::filesystem::path mPath;
+};
+
 }  // namespace ovparquet::cli

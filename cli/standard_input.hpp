@@ -38,7 +38,7 @@ class SpooledInput {
 
  private:
   std::string mPath;
-  UnfinishedFile mFile;
+  ScratchFile mFile;
 };
 
 }  // namespace ovparquet::cli
