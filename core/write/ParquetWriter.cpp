@@ -28,21 +28,28 @@ ParquetWriter::~ParquetWriter() {
     common::logCaughtException();
   }
   // Never written, or the close failed: nothing may be left under the name.
-  discard();
+  cleanupFile();
+  // Members go in the order the Parquet writer needs: the writer before the
+  // file it writes to.
+  mFileWriter.reset();
+  mSchema.reset();
+  mFile.reset();
+}
+
+void ParquetWriter::cleanupFile() noexcept {
+  if (!mFile) return;
+  try {
+    mFile->Cleanup();
+    mFile.reset();
+  } catch (...) {
+    common::logCaughtException();
+  }
 }
 
 void ParquetWriter::discard() noexcept {
-  if (mFile) {
-    try {
-      mFile->Cleanup();
-    } catch (...) {
-      common::logCaughtException();
-    }
-  }
+  cleanupFile();
   // The Parquet writer completes the file it has begun when destroyed; the
   // file is abandoned by now, so that completes nothing under the name.
-  // Members go in the order the Parquet writer needs: the writer before the
-  // file it writes to.
   mFileWriter.reset();
   mFile.reset();
 }

@@ -83,6 +83,9 @@ class ParquetWriter {
   void checkForNestedDictionary(bool check) const;
 
  private:
+  // Removes an unclosed file's temporary (aborts its upload); the file is
+  // released when that succeeded.
+  void cleanupFile() noexcept;
   ustring mFilename;
   ParquetWriterOptions mOptions;
   bool mVersionSet = false;
