@@ -1,5 +1,7 @@
 #include "encoding_choice.hpp"
 
+#include <ovparquet/host/class_visit.hpp>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -43,19 +45,9 @@ Choice choose(const ovArray* column) {
   if (ovIsCell(column) || ovIsStruct(column) || ovIsComplex(column)) return Choice::Dictionary;
   const std::size_t rows = ovGetNumberOfElements(column);
   const std::uint8_t* missing = ovGetMissingMask(column);
-  switch (ovGetClassID(column)) {
-    case ovClassID::Double:
-    case ovClassID::Single:
-    case ovClassID::Int8:
-    case ovClassID::UInt8:
-    case ovClassID::Int16:
-    case ovClassID::UInt16:
-    case ovClassID::Int32:
-    case ovClassID::UInt32:
-    case ovClassID::Int64:
-    case ovClassID::UInt64:
-    case ovClassID::Datetime:
-    case ovClassID::Duration: {
+  return ovVisitClass(ovGetClassID(column), [&](auto tag) {
+    using Tag = decltype(tag);
+    if constexpr (Tag::isNumeric || Tag::id == ovClassID::Datetime || Tag::id == ovClassID::Duration) {
       // The value's bytes stand for it.
       const auto* bytes = static_cast<const std::uint8_t*>(ovGetData(column));
       const std::size_t size = std::min<std::size_t>(ovGetElementSize(column), sizeof(std::uint64_t));
@@ -64,11 +56,12 @@ Choice choose(const ovArray* column) {
         std::memcpy(&value, bytes + i * size, size);
         return value;
       });
-    }
-    case ovClassID::String:
+    } else if constexpr (Tag::id == ovClassID::String) {
       return byDistinct<std::u16string_view>(rows, missing, [&](std::size_t i) { return ovGetStringView(column, i); });
-    default: return Choice::Dictionary;
-  }
+    } else {
+      return Choice::Dictionary;
+    }
+  });
 }
 
 }  // namespace
