@@ -7,6 +7,7 @@
 #include "values.hpp"
 
 #include <ovparquet/host/array_text.hpp>
+#include <ovparquet/host/class_visit.hpp>
 
 #include <arrow/array.h>
 #include <arrow/compute/api_scalar.h>
@@ -213,19 +214,24 @@ void RowTexts::classify(Column& column) {
   const ovArray* c = column.host;
   if (ovIsTable(c) || ovIsCell(c) || ovIsStruct(c)) return;
   column.missingMask = ovGetMissingMask(c);
-  switch (ovGetClassID(c)) {
-    case ovClassID::Double: column.kind = Kind::Double; break;
-    case ovClassID::Int64: column.kind = Kind::Int64; break;
-    case ovClassID::Int32: column.kind = Kind::Int32; break;
-    case ovClassID::Logical: column.kind = Kind::Logical; break;
-    case ovClassID::String: column.kind = Kind::String; return;
-    case ovClassID::Datetime:
+  ovVisitClass(ovGetClassID(c), [&](auto tag) {
+    using Tag = decltype(tag);
+    constexpr ovClassID id = Tag::id;
+    if constexpr (id == ovClassID::Double || id == ovClassID::Int64 || id == ovClassID::Int32 ||
+                  id == ovClassID::Logical) {
+      column.kind = id == ovClassID::Double  ? Kind::Double
+                    : id == ovClassID::Int64 ? Kind::Int64
+                    : id == ovClassID::Int32 ? Kind::Int32
+                                             : Kind::Logical;
+      column.values = ovGetData(c);
+    } else if constexpr (id == ovClassID::String) {
+      column.kind = Kind::String;
+    } else if constexpr (id == ovClassID::Datetime) {
       column.kind = Kind::Datetime;
       column.values = ovGetTicks(c);
       column.unit = ovGetTimeUnit(c);
       column.instant = ovGetTimeZone(c).has_value();
-      return;
-    case ovClassID::Categorical: {
+    } else if constexpr (id == ovClassID::Categorical) {
       // Each category's text once, not once per row.
       column.kind = Kind::Categorical;
       column.values = ovGetCategoryCodes(c);
@@ -244,11 +250,8 @@ void RowTexts::classify(Column& column) {
         appendJsonString(styled, text);
         column.jsonTexts.push(styled);
       }
-      return;
     }
-    default: return;
-  }
-  column.values = ovGetData(c);
+  });
 }
 
 namespace {

@@ -163,35 +163,22 @@ void makeWritable(ovArray& array) {
 }
 
 void writeMissingValue(ovArray& array, std::size_t index) {
-  switch (array.classID) {
-    case ovClassID::Double:
-      static_cast<double*>(array.real.data)[index] = std::numeric_limits<double>::quiet_NaN();
-      if (array.complex) {
-        static_cast<double*>(array.more().imag.data)[index] = std::numeric_limits<double>::quiet_NaN();
-      }
-      return;
-    case ovClassID::Single:
-      static_cast<float*>(array.real.data)[index] = std::numeric_limits<float>::quiet_NaN();
-      if (array.complex) {
-        static_cast<float*>(array.more().imag.data)[index] = std::numeric_limits<float>::quiet_NaN();
-      }
-      return;
-    case ovClassID::Categorical:
+  ovVisitClass(array.classID, [&](auto tag) {
+    using Tag = decltype(tag);
+    if constexpr (Tag::isFloat) {
+      using T = typename Tag::Element;
+      static_cast<T*>(array.real.data)[index] = std::numeric_limits<T>::quiet_NaN();
+      if (array.complex) static_cast<T*>(array.more().imag.data)[index] = std::numeric_limits<T>::quiet_NaN();
+    } else if constexpr (Tag::id == ovClassID::Categorical) {
       static_cast<std::int32_t*>(array.real.data)[index] = -1;
-      return;
-    case ovClassID::String:
+    } else if constexpr (Tag::id == ovClassID::String) {
       setStringElement(array, index, {});
-      return;
-    case ovClassID::Cell:
-    case ovClassID::Struct:
-      return;
-    default: {
+    } else if constexpr (Tag::id != ovClassID::Cell && Tag::id != ovClassID::Struct) {
       const std::size_t size = ovClassElementSize(array.classID);
       std::memset(static_cast<std::byte*>(array.real.data) + index * size, 0, size);
       if (array.complex) std::memset(static_cast<std::byte*>(array.more().imag.data) + index * size, 0, size);
-      return;
     }
-  }
+  });
 }
 
 void setStringElement(ovArray& array, std::size_t index, std::u16string_view text) {

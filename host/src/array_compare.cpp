@@ -1,6 +1,8 @@
 // Host arrays: deep equality, with a description of the first difference.
 #include "array_impl.hpp"
 
+#include <ovparquet/host/class_visit.hpp>
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -62,25 +64,31 @@ class Comparer {
                                             " vs " + (missing(b, i) ? "missing" : "present"));
       }
     }
-    switch (a->classID) {
-      case ovClassID::String: return strings(a, b, path);
-      case ovClassID::Cell: return cells(a, b, path);
-      case ovClassID::Struct: return structs(a, b, path);
-      case ovClassID::Datetime:
+    return ovVisitClass(a->classID, [&](auto tag) -> bool {
+      using Tag = decltype(tag);
+      if constexpr (Tag::id == ovClassID::String) {
+        return strings(a, b, path);
+      } else if constexpr (Tag::id == ovClassID::Cell) {
+        return cells(a, b, path);
+      } else if constexpr (Tag::id == ovClassID::Struct) {
+        return structs(a, b, path);
+      } else if constexpr (Tag::id == ovClassID::Datetime) {
         if (a->more().unit != b->more().unit) return differ(path, unitText(a, b));
         if (a->more().zone != b->more().zone) {
           return differ(path, "time zone " + zoneText(a->more().zone) + " vs " + zoneText(b->more().zone));
         }
         return flat(a, b, path);
-      case ovClassID::Duration:
+      } else if constexpr (Tag::id == ovClassID::Duration) {
         if (a->more().unit != b->more().unit) return differ(path, unitText(a, b));
         return flat(a, b, path);
-      case ovClassID::Categorical:
+      } else if constexpr (Tag::id == ovClassID::Categorical) {
         if (a->more().ordered != b->more().ordered) return differ(path, "ordinal flag differs");
         if (!equal(a->more().categories.get(), b->more().categories.get(), pathText(path) + ".categories")) return false;
         return flat(a, b, path);
-      default: return flat(a, b, path);
-    }
+      } else {
+        return flat(a, b, path);
+      }
+    });
   }
 
  private:
@@ -142,11 +150,14 @@ class Comparer {
 
   bool part(const ovArray* a, const std::string& path, const char* name, const void* da,
             const void* db) {
-    switch (a->classID) {
-      case ovClassID::Double: return floats<double>(a, path, name, da, db);
-      case ovClassID::Single: return floats<float>(a, path, name, da, db);
-      default: return bytes(a, path, name, da, db);
-    }
+    return ovVisitClass(a->classID, [&](auto tag) -> bool {
+      using Tag = decltype(tag);
+      if constexpr (Tag::isFloat) {
+        return floats<typename Tag::Element>(a, path, name, da, db);
+      } else {
+        return bytes(a, path, name, da, db);
+      }
+    });
   }
 
   bool flat(const ovArray* a, const ovArray* b, const std::string& path) {

@@ -163,34 +163,32 @@ std::string elementText(const ovArray* a, std::size_t i, bool quoted) {
       return {};
     });
   }
-  switch (ovGetClassID(a)) {
-    case ovClassID::Double:
-      return imag ? complexText(at(double{}), static_cast<const double*>(imag)[i])
-                  : floatText(at(double{}));
-    case ovClassID::Single:
-      return imag ? complexText(at(float{}), static_cast<const float*>(imag)[i])
-                  : floatText(at(float{}));
-    case ovClassID::Logical: return at(bool{}) ? "true" : "false";
-    case ovClassID::Char: {
+  return ovVisitClass(ovGetClassID(a), [&](auto tag) -> std::string {
+    using Tag = decltype(tag);
+    if constexpr (Tag::isFloat) {
+      using T = typename Tag::Element;
+      return imag ? complexText(at(T{}), static_cast<const T*>(imag)[i]) : floatText(at(T{}));
+    } else if constexpr (Tag::id == ovClassID::Logical) {
+      return at(bool{}) ? "true" : "false";
+    } else if constexpr (Tag::id == ovClassID::Char) {
       const char16_t c = at(char16_t{});
       return quoted ? quotedText(std::u16string_view(&c, 1), '\'')
                     : escapedText(std::u16string_view(&c, 1), false);
-    }
-    case ovClassID::String: {
+    } else if constexpr (Tag::id == ovClassID::String) {
       const auto text = ovGetStringView(a, i);
       return quoted ? quotedText(text, '"') : escapedText(text, false);
-    }
-    case ovClassID::Datetime:
+    } else if constexpr (Tag::id == ovClassID::Datetime) {
       return datetimeText(ovGetTicks(a)[i], ovGetTimeUnit(a), ovGetTimeZone(a));
-    case ovClassID::Duration: return durationText(ovGetTicks(a)[i], ovGetTimeUnit(a));
-    case ovClassID::Categorical: {
+    } else if constexpr (Tag::id == ovClassID::Duration) {
+      return durationText(ovGetTicks(a)[i], ovGetTimeUnit(a));
+    } else if constexpr (Tag::id == ovClassID::Categorical) {
       const auto text = ovCategoryText(a, i);
       if (!text) return "<undefined>";
       return quoted ? quotedText(*text, '"') : escapedText(*text, false);
+    } else {
+      return summary(a);  // cells and structs; the integers are above
     }
-    default: break;  // cells and structs; the integers are above
-  }
-  return summary(a);
+  });
 }
 
 bool rightAligned(const ovArray* a) {
@@ -235,21 +233,22 @@ class Renderer {
   std::string inlineText(const ovArray* a) const {
     if (a == nullptr) return "[]";
     if (ovIsTable(a)) return tableRecords(a);
-    switch (ovGetClassID(a)) {
-      case ovClassID::Cell: return grid(a, "{", "}", ", ", [&](std::size_t i) {
-          return inlineText(ovGetCell(a, i));
-        });
-      case ovClassID::Struct: return structInline(a);
-      case ovClassID::Char:
-        if (ovGetM(a) == 1 && ovGetNumberOfDimensions(a) == 2 && !ovHasMissing(a) &&
+    return ovVisitClass(ovGetClassID(a), [&](auto tag) -> std::string {
+      using Tag = decltype(tag);
+      if constexpr (Tag::id == ovClassID::Cell) {
+        return grid(a, "{", "}", ", ", [&](std::size_t i) { return inlineText(ovGetCell(a, i)); });
+      } else if constexpr (Tag::id == ovClassID::Struct) {
+        return structInline(a);
+      } else {
+        // A row of characters reads as one quoted text.
+        if (Tag::id == ovClassID::Char && ovGetM(a) == 1 && ovGetNumberOfDimensions(a) == 2 && !ovHasMissing(a) &&
             ovGetNumberOfElements(a) != 1) {
           return quotedText(std::u16string_view(ovGetTypedData<char16_t>(a), ovGetN(a)), '\'');
         }
-        [[fallthrough]];
-      default:
         if (ovGetNumberOfElements(a) == 1) return elementText(a, 0, true);
         return grid(a, "[", "]", " ", [&](std::size_t i) { return elementText(a, i, true); });
-    }
+      }
+    });
   }
 
   // One element of a table variable, as a table cell (quoted == false) or
@@ -257,15 +256,18 @@ class Renderer {
   std::string variableElement(const ovArray* column, std::size_t row, bool quoted) const {
     if (column == nullptr) return "[]";
     if (ovIsTable(column)) return tableRecord(column, row);
-    switch (ovGetClassID(column)) {
-      case ovClassID::Cell: {
+    return ovVisitClass(ovGetClassID(column), [&](auto tag) -> std::string {
+      using Tag = decltype(tag);
+      if constexpr (Tag::id == ovClassID::Cell) {
         // An empty slot of a list variable is a missing list, not an empty one.
         const ovArray* element = ovGetCell(column, row);
         return element == nullptr ? "<missing>" : listText(element);
+      } else if constexpr (Tag::id == ovClassID::Struct) {
+        return structRecord(column, row);
+      } else {
+        return elementText(column, row, quoted);
       }
-      case ovClassID::Struct: return structRecord(column, row);
-      default: return elementText(column, row, quoted);
-    }
+    });
   }
 
   // A list value always in brackets, so that a list of one element does not
@@ -352,11 +354,16 @@ class Renderer {
 
  private:
   std::string element(const ovArray* a, std::size_t i) const {
-    switch (ovGetClassID(a)) {
-      case ovClassID::Cell: return inlineText(ovGetCell(a, i));
-      case ovClassID::Struct: return structRecord(a, i);
-      default: return elementText(a, i, true);
-    }
+    return ovVisitClass(ovGetClassID(a), [&](auto tag) -> std::string {
+      using Tag = decltype(tag);
+      if constexpr (Tag::id == ovClassID::Cell) {
+        return inlineText(ovGetCell(a, i));
+      } else if constexpr (Tag::id == ovClassID::Struct) {
+        return structRecord(a, i);
+      } else {
+        return elementText(a, i, true);
+      }
+    });
   }
 
   static std::string pageText(const ovDims& dims, std::size_t page) {

@@ -196,29 +196,28 @@ OctaveColumn column_to_octave(const ovArray* column, MissingAs missing) {
   }
   const std::size_t n = ovGetNumberOfElements(column);
   out.type = ovGetClassName(column);
-  switch (ovGetClassID(column)) {
-    case ovClassID::Double: out.value = copy_numeric<NDArray, double>(column, n); break;
-    case ovClassID::Single: out.value = copy_numeric<FloatNDArray, float>(column, n); break;
-    case ovClassID::String:
-    case ovClassID::Categorical:
+  ovVisitClass(ovGetClassID(column), [&](auto tag) {
+    using Tag = decltype(tag);
+    constexpr ovClassID id = Tag::id;
+    if constexpr (id == ovClassID::Double) {
+      out.value = copy_numeric<NDArray, double>(column, n);
+    } else if constexpr (id == ovClassID::Single) {
+      out.value = copy_numeric<FloatNDArray, float>(column, n);
+    } else if constexpr (id == ovClassID::String || id == ovClassID::Categorical) {
       out.value = text_column(column, n);
       out.mask = octave_value(mask_of(column, n));
-      break;
-    case ovClassID::Datetime:
-    case ovClassID::Duration: {
-      const bool datetime = ovIsDatetime(column);
+    } else if constexpr (id == ovClassID::Datetime || id == ovClassID::Duration) {
+      const bool datetime = id == ovClassID::Datetime;
       out.value = time_column(column, n, datetime);
       out.unit = ovTimeUnitName(ovGetTimeUnit(column));
       if (datetime && ovGetTimeZone(column)) out.zone = octave_value(*ovGetTimeZone(column));
-      break;
-    }
-    case ovClassID::Cell: out.value = cell_column(column, n); break;
-    case ovClassID::Char:
+    } else if constexpr (id == ovClassID::Cell) {
+      out.value = cell_column(column, n);
+    } else if constexpr (id == ovClassID::Char) {
       out.value = octave_value(utf8_text(orvane::ustring(static_cast<const char16_t*>(ovGetData(column)), n)));
-      break;
-    case ovClassID::Struct:
+    } else if constexpr (id == ovClassID::Struct) {
       throw BindingError("UnsupportedValue", "A struct that is not a table cannot be converted.");
-    default: {
+    } else {
       const bool asDouble = missing == MissingAs::Double;
       out.value = integer_column(column, n, asDouble);
       if (asDouble) {
@@ -226,9 +225,8 @@ OctaveColumn column_to_octave(const ovArray* column, MissingAs missing) {
       } else {
         out.mask = octave_value(mask_of(column, n));
       }
-      break;
     }
-  }
+  });
   return out;
 }
 
