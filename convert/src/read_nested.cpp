@@ -2,6 +2,7 @@
 // tables).
 #include "read_internal.hpp"
 
+#include <ovparquet/host/array_arena.hpp>
 #include <ovparquet/host/threads.hpp>
 #include <ovparquet/host/ustring.hpp>
 
@@ -20,6 +21,17 @@ namespace {
 constexpr std::size_t kParallelRows = 32768;
 constexpr std::size_t kRowsPerTask = 8192;
 
+// Rows share their list's value buffers. Each task refers to them through
+// buffer objects of its own, so that threads don't contend for one shared
+// count as they make rows and free them.
+std::shared_ptr<::arrow::ArrayData> withOwnBuffers(const ::arrow::ArrayData& data) {
+  auto copy = std::make_shared<::arrow::ArrayData>(data);
+  for (auto& buffer : copy->buffers) {
+    if (buffer) buffer = std::make_shared<::arrow::Buffer>(buffer, 0, buffer->size());
+  }
+  return copy;
+}
+
 template <typename Offset>
 unique_ovarray_ptr readLists(const ::arrow::DataType& type, Segments segments, std::size_t rows,
                              ParentMissing parentMissing, ReadContext& context) {
@@ -33,8 +45,9 @@ unique_ovarray_ptr readLists(const ::arrow::DataType& type, Segments segments, s
   for (std::size_t s = 0; s < segments.size(); ++s) {
     firstRows[s + 1] = firstRows[s] + static_cast<std::size_t>(segments[s].length);
   }
-  // Rows [begin, end) into their cells.
+  // Rows [begin, end) into their cells, their headers from one arena.
   auto convertRows = [&](std::size_t begin, std::size_t end) {
+    ovArrayArena arena;
     std::size_t s = static_cast<std::size_t>(
         std::upper_bound(firstRows.begin(), firstRows.end(), begin) - firstRows.begin() - 1);
     for (std::size_t row = begin; row < end; ++s) {
@@ -43,11 +56,11 @@ unique_ovarray_ptr readLists(const ::arrow::DataType& type, Segments segments, s
       if (row >= segmentEnd) continue;
       const Offset* offsets =
           reinterpret_cast<const Offset*>(segment.data->buffers[1]->data()) + segment.position();
-      const ::arrow::ArrayData* values = segment.data->child_data[0].get();
+      const auto values = withOwnBuffers(*segment.data->child_data[0]);
       for (; row < segmentEnd; ++row) {
         if (!missing.empty() && missing[row]) continue;
         const auto j = static_cast<std::int64_t>(row - firstRows[s]);
-        const Segment slice{values, offsets[j], offsets[j + 1] - offsets[j]};
+        const Segment slice{values.get(), offsets[j], offsets[j + 1] - offsets[j]};
         const auto length = static_cast<std::size_t>(slice.length);
         // A map's entries become a table of the variables Key and Value.
         ovReplaceCell(cell.get(), row,

@@ -2,9 +2,11 @@
 // uint8 column vectors).
 #include "read_internal.hpp"
 
+#include <ovparquet/host/array_arena.hpp>
 #include <ovparquet/host/ustring.hpp>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <stdexcept>
 
@@ -17,33 +19,46 @@ namespace {
 
 // Widens `size` bytes to UTF-16 units while they are ASCII. Returns false as
 // soon as a block holds a non-ASCII byte (what was written is then garbage).
-// Sixteen bytes at a time where SSE2 is available: GCC does not vectorise
-// the plain loop at -O2.
+// Sixteen bytes at a time where SSE2 is available (GCC does not vectorise
+// the plain loop at -O2), with streaming stores: the text is far larger than
+// the caches and is not read again here, so it is written without first
+// being read into the cache.
 bool widenAscii(const char* src, std::size_t size, char16_t* dst) {
   constexpr std::size_t kBlock = 4096;
-  for (std::size_t begin = 0; begin < size; begin += kBlock) {
-    const std::size_t end = std::min(size, begin + kBlock);
-    std::size_t k = begin;
-#if defined(__SSE2__)
-    const __m128i zero = _mm_setzero_si128();
-    __m128i seen = zero;
-    for (; k + 16 <= end; k += 16) {
-      const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + k));
-      seen = _mm_or_si128(seen, bytes);
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + k), _mm_unpacklo_epi8(bytes, zero));
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + k + 8), _mm_unpackhi_epi8(bytes, zero));
-    }
-    if (_mm_movemask_epi8(seen) != 0) return false;
-#endif
-    unsigned char tail = 0;
+  std::size_t k = 0;
+  unsigned char seen = 0;
+  auto widenScalar = [&](std::size_t end) {
     for (; k < end; ++k) {
       const auto c = static_cast<unsigned char>(src[k]);
-      tail |= c;
+      seen |= c;
       dst[k] = c;
     }
-    if (tail >= 0x80) return false;
+  };
+#if defined(__SSE2__)
+  // Up to the first 16-byte boundary of the destination, one by one.
+  std::size_t head = 0;
+  while (head < size && reinterpret_cast<std::uintptr_t>(dst + head) % 16 != 0) ++head;
+  widenScalar(head);
+  if (seen >= 0x80) return false;
+  const __m128i zero = _mm_setzero_si128();
+  bool ascii = true;
+  while (ascii && k + 16 <= size) {
+    const std::size_t end = std::min(size, k + kBlock);
+    __m128i any = zero;
+    for (; k + 16 <= end; k += 16) {
+      const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + k));
+      any = _mm_or_si128(any, bytes);
+      _mm_stream_si128(reinterpret_cast<__m128i*>(dst + k), _mm_unpacklo_epi8(bytes, zero));
+      _mm_stream_si128(reinterpret_cast<__m128i*>(dst + k + 8), _mm_unpackhi_epi8(bytes, zero));
+    }
+    ascii = _mm_movemask_epi8(any) == 0;
   }
-  return true;
+  // Streaming stores are not ordered with later ones: fence them first.
+  _mm_sfence();
+  if (!ascii) return false;
+#endif
+  widenScalar(size);
+  return seen < 0x80;
 }
 
 const char* charsOf(const Segment& segment) {
@@ -192,6 +207,7 @@ unique_ovarray_ptr readBinaries(Segments segments, std::size_t rows,
                                 ParentMissing parentMissing) {
   const std::vector<std::uint8_t> missing = missingRows(segments, rows, parentMissing);
   auto cell = ovCreateCellArray(ovDims{rows, 1});
+  ovArrayArena arena;  // one small array per row
   std::size_t row = 0;
   for (const Segment& segment : segments) {
     if (segment.length == 0) continue;
@@ -211,6 +227,7 @@ unique_ovarray_ptr readFixedBinaries(std::int32_t width, Segments segments, std:
                                      ParentMissing parentMissing) {
   const std::vector<std::uint8_t> missing = missingRows(segments, rows, parentMissing);
   auto cell = ovCreateCellArray(ovDims{rows, 1});
+  ovArrayArena arena;  // one small array per row
   const auto size = static_cast<std::size_t>(width);
   std::size_t row = 0;
   for (const Segment& segment : segments) {

@@ -16,21 +16,16 @@
 #include <stdexcept>
 #include <type_traits>
 
-void* ovArray::operator new(std::size_t size) {
-  if (void* p = scalable_malloc(size)) return p;
-  throw std::bad_alloc();
-}
-
-void ovArray::operator delete(void* p) noexcept { scalable_free(p); }
-
 namespace ovdetail {
 
 namespace {
 
 constexpr std::size_t kAlignment = 64;
 
-struct AlignedFree {
-  void operator()(void* p) const noexcept { scalable_aligned_free(p); }
+// Frees a host block; the size says where it came from.
+struct BlockFree {
+  std::size_t bytes;
+  void operator()(void* p) const noexcept { freeBlock(p, bytes); }
 };
 
 }  // namespace
@@ -55,10 +50,12 @@ Buffer Buffer::allocate(std::size_t bytes, bool zero) {
   std::size_t size = bytes == 0 ? kAlignment : bytes;
   if (size > std::numeric_limits<std::size_t>::max() - kAlignment) throw std::bad_alloc();
   size = (size + kAlignment - 1) / kAlignment * kAlignment;
-  void* p = scalable_aligned_malloc(size, kAlignment);
-  if (p == nullptr) throw std::bad_alloc();
+  void* p = allocateBlock(size);
   Buffer buffer;
-  buffer.owner = std::shared_ptr<void>(p, AlignedFree{});
+  // The shared count beside the block comes from the scalable allocator
+  // too: list rows make millions of small buffers. (Should it throw, the
+  // block is freed by its deleter.)
+  buffer.owner = std::shared_ptr<void>(p, BlockFree{size}, tbb::scalable_allocator<char>());
   buffer.data = p;
   if (zero) std::memset(p, 0, size);
   return buffer;
@@ -272,9 +269,13 @@ std::size_t ovClassElementSize(ovClassID classID) noexcept {
 // Every array
 // ---------------------------------------------------------------------------
 
-void ovArrayDeleter::operator()(ovArray* array) const noexcept { delete array; }
+void ovArrayDeleter::operator()(ovArray* array) const noexcept {
+  if (array == nullptr) return;
+  if (array->extra) releaseSlots(array->extra->slots);
+  delete array;
+}
 
-void ovDestroyArray(ovArray* array) noexcept { delete array; }
+void ovDestroyArray(ovArray* array) noexcept { ovArrayDeleter()(array); }
 
 unique_ovarray_ptr ovDuplicateArray(const ovArray* array) {
   requireArray(array);
@@ -306,8 +307,8 @@ unique_ovarray_ptr ovDuplicateArray(const ovArray* array) {
     if (from.categories) to.categories = ovDuplicateArray(from.categories.get());
     to.ordered = from.ordered;
     to.rowMask = from.rowMask;
+    to.origin = from.origin;
   }
-  copy->origin = array->origin;
   return copy;
 }
 

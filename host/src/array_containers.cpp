@@ -558,10 +558,10 @@ ovOrigin::~ovOrigin() = default;
 
 void ovSetOrigin(ovArray* array, std::shared_ptr<const ovOrigin> origin) {
   requireArray(array);
-  array->origin = std::move(origin);
+  if (origin || array->extra) array->more().origin = std::move(origin);
 }
 
 const std::shared_ptr<const ovOrigin>& ovGetOrigin(const ovArray* array) {
   requireArray(array);
-  return array->origin;
+  return array->more().origin;
 }

@@ -3,8 +3,6 @@
 
 #include <ovparquet/host/array.hpp>
 
-#include <oneapi/tbb/scalable_allocator.h>
-
 #include <cstdint>
 #include <memory>
 #include <new>
@@ -15,22 +13,26 @@
 
 namespace ovdetail {
 
-// A flat data buffer: the memory and whatever keeps it alive (an aligned
-// allocation of the host's, an adopted std::vector, or memory shared with
-// another library). A read-only buffer is copied before its first write.
+// Blocks of host array data (array_memory.cpp): 64-byte aligned, at least
+// one byte; from oneTBB's scalable allocator, or Arrow's memory pool for the
+// largest. `freeBlock` takes the size the block was allocated with.
+void* allocateBlock(std::size_t bytes);
+void freeBlock(void* block, std::size_t bytes) noexcept;
+
+// A flat data buffer: the memory and whatever keeps it alive (a block of the
+// host's, an adopted std::vector, or memory shared with another library). A
+// read-only buffer is copied before its first write.
 struct Buffer {
   void* data = nullptr;
   std::shared_ptr<void> owner;
   bool readOnly = false;
 
-  // 64-byte aligned, at least one cache line even for zero bytes; zero-filled
-  // on request, untouched otherwise. From oneTBB's scalable allocator, which
-  // keeps freed large blocks for reuse rather than returning them to the
-  // system, where each reuse would page-fault again.
+  // At least one cache line even for zero bytes; zero-filled on request,
+  // untouched otherwise.
   static Buffer allocate(std::size_t bytes, bool zero);
 };
 
-// Missing masks come from the scalable allocator too.
+// Missing masks come from the scalable allocator.
 struct ScalableFree {
   void operator()(std::uint8_t* p) const noexcept;
 };
@@ -38,29 +40,24 @@ using MaskPtr = std::unique_ptr<std::uint8_t[], ScalableFree>;
 // `count` bytes (at least one), zero-filled on request.
 MaskPtr allocateMask(std::size_t count, bool zero);
 
-}  // namespace ovdetail
-
-namespace ovdetail {
-
-// The scalable allocator for the text and offsets of string arrays, which
-// leaves the elements a resize adds unwritten: converters write every one
-// of them, and zero-filling first would write the memory twice.
+// The allocator of the text and offsets of string arrays: host blocks, and
+// the elements a resize adds are left unwritten, because converters write
+// every one of them and zero-filling first would write the memory twice.
 template <typename T>
-struct UninitScalableAllocator {
+struct UninitBlockAllocator {
   using value_type = T;
   using propagate_on_container_move_assignment = std::true_type;
   using is_always_equal = std::true_type;
 
-  UninitScalableAllocator() = default;
+  UninitBlockAllocator() = default;
   template <typename U>
-  UninitScalableAllocator(const UninitScalableAllocator<U>&) noexcept {}
+  UninitBlockAllocator(const UninitBlockAllocator<U>&) noexcept {}
 
   T* allocate(std::size_t n) {
-    void* p = scalable_malloc(n * sizeof(T));
-    if (p == nullptr) throw std::bad_alloc();
-    return static_cast<T*>(p);
+    if (n > static_cast<std::size_t>(-1) / sizeof(T)) throw std::bad_alloc();
+    return static_cast<T*>(allocateBlock(n * sizeof(T)));
   }
-  void deallocate(T* p, std::size_t) noexcept { scalable_free(p); }
+  void deallocate(T* p, std::size_t n) noexcept { freeBlock(p, n * sizeof(T)); }
 
   template <typename U>
   void construct(U* p) noexcept {
@@ -71,13 +68,13 @@ struct UninitScalableAllocator {
     ::new (static_cast<void*>(p)) U(std::forward<Args>(args)...);
   }
 
-  friend bool operator==(const UninitScalableAllocator&, const UninitScalableAllocator&) noexcept {
+  friend bool operator==(const UninitBlockAllocator&, const UninitBlockAllocator&) noexcept {
     return true;
   }
 };
 
-using Text = std::vector<char16_t, UninitScalableAllocator<char16_t>>;
-using Offsets = std::vector<std::int64_t, UninitScalableAllocator<std::int64_t>>;
+using Text = std::vector<char16_t, UninitBlockAllocator<char16_t>>;
+using Offsets = std::vector<std::int64_t, UninitBlockAllocator<std::int64_t>>;
 
 inline std::u16string_view viewOf(const Text& text) noexcept { return {text.data(), text.size()}; }
 
@@ -107,6 +104,9 @@ struct Extra {
   // Host tables: missing records, one byte per row; empty when none.
   std::vector<std::uint8_t> rowMask;
 
+  // What a converter made the array from (cells and tables); opaque here.
+  std::shared_ptr<const ovOrigin> origin;
+
   // What an array without its own Extra reads.
   static const Extra& none();
 };
@@ -116,9 +116,9 @@ struct Extra {
 // One struct for every class; each class uses only its own members.
 class ovArray {
  public:
-  // A nested column makes one small array per row, on several threads, and
-  // frees them all together: oneTBB's scalable allocator serves such
-  // headers faster than malloc (no consolidation of freed chunks).
+  // Headers come from oneTBB's scalable allocator, or from the slabs of the
+  // thread's ovArrayArena (array_arena.cpp): a nested column makes one small
+  // array per row, on several threads, and frees them all together.
   static void* operator new(std::size_t size);
   static void operator delete(void* p) noexcept;
 
@@ -133,9 +133,6 @@ class ovArray {
 
   // One byte per element, 1 = missing; null when there is no mask.
   ovdetail::MaskPtr mask;
-
-  // What a converter made the array from; opaque here.
-  std::shared_ptr<const ovOrigin> origin;
 
   std::unique_ptr<ovdetail::Extra> extra;
 
@@ -166,6 +163,8 @@ bool isNumericClass(ovClassID classID) noexcept;
 
 // Copies shared read-only data into the array's own storage.
 void makeWritable(ovArray& array);
+// Frees the elements of a cell or struct, in parallel when there are many.
+void releaseSlots(std::vector<unique_ovarray_ptr>& slots) noexcept;
 // Puts the conventional value under a missing element (the mask is not
 // touched).
 void writeMissingValue(ovArray& array, std::size_t index);

@@ -211,6 +211,26 @@ TEST(Read, LongStringsReadAsTheHostConverterReadsThem) {
   }
 }
 
+TEST(Read, AsciiChunksStartingAtEveryTextAlignmentReadAsTheHostConverterReadsThem) {
+  // Chunks of odd lengths put each chunk's text at a different offset of the
+  // joined text, so every alignment of the widening's destination is met; a
+  // late non-ASCII value makes one chunk fall back after widening.
+  a::ArrayVector chunks;
+  std::vector<orvane::ustring> texts;
+  for (int c = 0; c < 9; ++c) {
+    std::vector<std::optional<std::string>> values;
+    for (int i = 0; i < 40 + c * 7; ++i) values.push_back(std::string(static_cast<std::size_t>(c + i % 5), 'a' + c));
+    values.push_back(c == 4 ? "\xC3\xA9t\xC3\xA9" : "end");
+    for (const auto& value : values) {
+      texts.emplace_back();
+      orvane::append_utf8_replacing(*value, texts.back());
+    }
+    chunks.push_back(rawStrings(values));
+  }
+  auto host = readOnly(tableOf({{"s", chunked(chunks)}}));
+  EXPECT_HOST_EQ(host.get(), ovCreateStringColumn(texts).get());
+}
+
 TEST(Read, StringChunksAreJoined) {
   auto column = chunked({fromJson(a::utf8(), R"(["a", "bb"])"),
                          fromJson(a::utf8(), R"(["x", "ccc", "é"])")->Slice(1, 2)});

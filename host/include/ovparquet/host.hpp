@@ -2,6 +2,7 @@
 #pragma once
 
 #include <ovparquet/host/array.hpp>
+#include <ovparquet/host/array_arena.hpp>
 #include <ovparquet/host/array_text.hpp>
 #include <ovparquet/host/error.hpp>
 #include <ovparquet/host/interrupt.hpp>

@@ -75,7 +75,7 @@ std::vector<int64_t> tickValues(const ovArray* array) {
   return std::vector<int64_t>(ticks, ticks + ovGetNumberOfElements(array));
 }
 
-std::vector<std::size_t> dims(const unique_ovarray_ptr& array) { return ovGetDimensions(array.get()); }
+ovDims dims(const unique_ovarray_ptr& array) { return ovGetDimensions(array.get()); }
 
 // Every field of two records holds equal arrays.
 void expectSameStatistics(const Statistics& a, const Statistics& b) {

@@ -18,6 +18,8 @@
 
 #include <ovparquet/host/ustring.hpp>
 
+#include <boost/container/small_vector.hpp>
+
 #include <cstddef>
 #include <cstdint>
 #include <iosfwd>
@@ -114,8 +116,9 @@ std::size_t ovClassElementSize(ovClassID classID) noexcept;
 
 // Dimensions are normalised on creation: fewer than two become two (no
 // dimensions: 0x0; one dimension d: d-by-1) and trailing singleton
-// dimensions past the second are dropped (2x3x1 is 2x3).
-using ovDims = std::vector<std::size_t>;
+// dimensions past the second are dropped (2x3x1 is 2x3). Two dimensions are
+// kept inline, so a matrix (every list row is one) allocates none.
+using ovDims = boost::container::small_vector<std::size_t, 2>;
 
 void ovDestroyArray(ovArray* array) noexcept;
 // A deep copy: no storage is shared with the original.
