@@ -87,6 +87,9 @@ void rethrowNamingFile(const std::string& file) {
     throwNaming(file, "the name of column '" + *column + "' is not valid UTF-8 (" + e.what() + ")");
   } catch (const ::parquet::ParquetException& e) {
     throwNaming(file, e.what());
+  } catch (const core::common::ReadFailure& e) {
+    // The device failed under the file adapter, which names no file.
+    throwNaming(file, e.what());
   }
 }
 

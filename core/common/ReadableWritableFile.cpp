@@ -3,6 +3,7 @@
 #include <ovparquet/host/error.hpp>
 
 #include <arrow/buffer.h>
+#include <arrow/util/future.h>
 #include <arrow/memory_pool.h>
 
 
@@ -73,6 +74,16 @@ bool ReadableWritableFile::supports_zero_copy() const { return false; }
 
 ::arrow::Result<std::shared_ptr<::arrow::Buffer>> ReadableWritableFile::ReadAt(int64_t position, int64_t nbytes) {
   return ::arrow::io::RandomAccessFile::ReadAt(position, nbytes);
+}
+
+// Parquet pre-buffers column chunks through ReadAsync, which by default runs
+// ReadAt as a task on Arrow's I/O threads. A ReadFailure thrown there has no
+// catcher and ends the process. All reads go through the one stream under
+// the file's lock anyway, so the read is done here, on the caller's thread,
+// from where the exception travels to the library's caller.
+::arrow::Future<std::shared_ptr<::arrow::Buffer>> ReadableWritableFile::ReadAsync(const ::arrow::io::IOContext&,
+                                                                                 int64_t position, int64_t nbytes) {
+  return ::arrow::Future<std::shared_ptr<::arrow::Buffer>>::MakeFinished(ReadAt(position, nbytes));
 }
 
 ::arrow::Status ReadableWritableFile::Close() {
