@@ -1,6 +1,7 @@
 // Failures about one file's content that come out of the library without
 // naming the file: the Parquet library's own exceptions (statistics it cannot
-// decode, for example) and names in the file that are not UTF-8. They are
+// decode, for example), a failed device read under the file adapter, and
+// names in the file that are not UTF-8. They are
 // said again as "ORVANE:parquetio:read:InternalInvalidRead" with the file
 // and, for a name, the column it belongs to.
 #pragma once
