@@ -8,11 +8,13 @@
 #   make octave-package  the GNU Octave package tarball (pkg install)
 #   make package   build the Debian package (BUILD/package/ovparquet_*.deb)
 #   make fuzz      libFuzzer (clang, ASan + UBSan) on every fuzz target,
-#                  FUZZ_SECONDS each (default 60); crashes kept in tests/fuzz/crashes
+#                  FUZZ_SECONDS each (default 60), FUZZ_JOBS processes at once
+#                  (default: one per core); crashes kept in tests/fuzz/crashes
 BUILD    ?= build
 JOBS     ?= $(shell nproc)
 GENERATOR = -G Ninja
 FUZZ_SECONDS ?= 60
+FUZZ_JOBS ?= $(JOBS)
 
 .PHONY: setup configure build example test bench bench-mapreduce sanitize tsan package clean octave-package fuzz
 
@@ -64,7 +66,7 @@ fuzz:
 	@bash scripts/setup.sh --fuzz
 	@$(MAKE) --no-print-directory configure BUILD=build-fuzz CMAKE_ARGS="-DCMAKE_CXX_COMPILER=clang++ -DOVPARQUET_FUZZ=ON -DOVPARQUET_BUILD_BENCH=OFF"
 	@cmake --build build-fuzz -j $(JOBS) --target fuzz_targets
-	@FUZZ_SECONDS=$(FUZZ_SECONDS) bash tests/fuzz/run.sh build-fuzz
+	@FUZZ_SECONDS=$(FUZZ_SECONDS) FUZZ_JOBS=$(FUZZ_JOBS) bash tests/fuzz/run.sh build-fuzz
 
 clean:
 	rm -rf build build-release build-asan build-fuzz build-tsan

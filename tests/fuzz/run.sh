@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Runs every libFuzzer target of a fuzz build for FUZZ_SECONDS each (default
-# 60), under a 2 GiB RSS limit and a 10 s limit per input. The corpus grows
+# 60), in FUZZ_JOBS processes at once (default: one per core), under a 2 GiB
+# RSS limit and a 10 s limit per input. The corpus grows
 # in BUILD/fuzz/corpus/<target> (seeded from tests/fuzz/seeds, the kept
 # crashes and apache/arrow-testing's Parquet files); every crashing input found is copied into
 # tests/fuzz/crashes/<target>/, which the default test run replays. Inputs
@@ -14,6 +15,7 @@ build=${1:?usage: run.sh BUILD [TARGET...]}
 shift
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 seconds=${FUZZ_SECONDS:-60}
+jobs=${FUZZ_JOBS:-$(nproc)}
 targets=("$@")
 [ ${#targets[@]} -eq 0 ] && targets=(info read statistics convert)
 
@@ -30,8 +32,8 @@ for target in "${targets[@]}"; do
   artifacts="$build/fuzz/artifacts/$target"
   log="$build/fuzz/$target.log"
   mkdir -p "$corpus" "$artifacts" "$root/tests/fuzz/crashes/$target"
-  echo "fuzzing $target for ${seconds}s (log: $log)"
-  "$binary" -fork=1 -ignore_crashes=1 -ignore_ooms=1 -ignore_timeouts=1 \
+  echo "fuzzing $target for ${seconds}s in $jobs processes (log: $log)"
+  "$binary" -fork="$jobs" -ignore_crashes=1 -ignore_ooms=1 -ignore_timeouts=1 \
     -rss_limit_mb=2048 -malloc_limit_mb=2048 -timeout=10 -max_total_time="$seconds" \
     -artifact_prefix="$artifacts/" "$corpus" "$root/tests/fuzz/seeds" "$root/tests/fuzz/crashes" \
     "$root/tests/data/arrow-testing/data/parquet" \
