@@ -8,6 +8,7 @@
 #include "origin.hpp"
 #include "read_internal.hpp"
 
+#include <ovparquet/host/parallel.hpp>
 #include <ovparquet/host/threads.hpp>
 #include <ovparquet/host/ustring.hpp>
 #include <ovparquet/host/warning.hpp>
@@ -15,8 +16,6 @@
 #include <arrow/array.h>
 #include <arrow/chunked_array.h>
 #include <arrow/table.h>
-#include <tbb/parallel_for.h>
-#include <tbb/task_arena.h>
 
 #include <deque>
 #include <exception>
@@ -104,15 +103,6 @@ unique_ovarray_ptr readColumn(const ::arrow::DataType& type, Segments segments,
 
 namespace {
 
-// Runs `work` in an arena of the computational thread count, which bounds
-// the threads of every parallel loop inside (columns, and list rows) whatever
-// arena the caller runs in.
-template <typename Work>
-void withComputationalThreads(Work&& work) {
-  tbb::task_arena arena(static_cast<int>(orvane::computationalThreadCount()));
-  arena.execute(std::forward<Work>(work));
-}
-
 // Converts one column given as its chunks. The column's warning for invalid
 // UTF-8 is left to the caller (see warnInvalidUtf8), so that columns
 // converted on other threads still warn on the caller's, in column order.
@@ -141,7 +131,7 @@ unique_ovarray_ptr readChunks(const std::shared_ptr<::arrow::DataType>& type,
                               ReadContext& context) {
   unique_ovarray_ptr array;
   std::exception_ptr error;
-  withComputationalThreads([&] {
+  orvane::withComputationalThreads([&] {
     try {
       array = convertChunks(type, chunks, length, context);
     } catch (...) {
@@ -179,9 +169,7 @@ std::vector<unique_ovarray_ptr> readColumns(const ::arrow::Table& table, const s
       if (errors[i]) break;
     }
   } else {
-    withComputationalThreads([&] {
-      tbb::parallel_for(std::size_t{0}, count, [&](std::size_t i) { convert(i); });
-    });
+    orvane::withComputationalThreads([&] { orvane::parallelFor(0, count, convert); });
   }
   for (std::size_t i = 0; i < count; ++i) {
     if (errors[i]) std::rethrow_exception(errors[i]);

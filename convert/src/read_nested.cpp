@@ -3,10 +3,10 @@
 #include "read_internal.hpp"
 
 #include <ovparquet/host/array_arena.hpp>
+#include <ovparquet/host/parallel.hpp>
 #include <ovparquet/host/threads.hpp>
 #include <ovparquet/host/ustring.hpp>
 
-#include <tbb/parallel_for.h>
 
 #include <algorithm>
 #include <cstring>
@@ -77,7 +77,7 @@ unique_ovarray_ptr readLists(const ::arrow::DataType& type, Segments segments, s
     // in order.
     const std::size_t tasks = (rows + kRowsPerTask - 1) / kRowsPerTask;
     std::vector<std::exception_ptr> errors(tasks);
-    tbb::parallel_for(std::size_t{0}, tasks, [&](std::size_t t) {
+    orvane::parallelFor(0, tasks, [&](std::size_t t) {
       try {
         convertRows(t * kRowsPerTask, std::min(rows, (t + 1) * kRowsPerTask));
       } catch (...) {

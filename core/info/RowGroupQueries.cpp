@@ -4,6 +4,7 @@
 
 #include <ovparquet/convert.hpp>
 #include <ovparquet/host/interrupt.hpp>
+#include <ovparquet/host/parallel.hpp>
 
 #include <arrow/memory_pool.h>
 #include <arrow/type.h>
@@ -29,23 +30,6 @@ int openAndGetRowGroups(const ustring& filename) {
   return reader->parquet_reader()->metadata()->num_row_groups();
 }
 
-namespace {
-
-// oneTBB hands tasks to its threads inside libtbb, which ThreadSanitizer
-// builds do not instrument; these tell it that the loop's tasks see what the
-// caller wrote before the loop, and the caller what the tasks wrote.
-#if defined(__SANITIZE_THREAD__)
-extern "C" void __tsan_acquire(void* address);
-extern "C" void __tsan_release(void* address);
-void handOver(void* address) { __tsan_release(address); }
-void takeOver(void* address) { __tsan_acquire(address); }
-#else
-void handOver(void*) {}
-void takeOver(void*) {}
-#endif
-
-}  // namespace
-
 std::vector<std::int64_t> getNumRowGroupsSync(std::vector<ustring> filenames) {
   std::vector<std::int64_t> counts;
   if (filenames.empty()) return counts;
@@ -60,18 +44,19 @@ std::vector<std::int64_t> getNumRowGroupsAsync(std::vector<ustring> filenames) {
   // Each element is written by exactly one task; the first exception cancels
   // the loop and is rethrown here. The calling thread runs tasks too: on the
   // signal thread those check for a pending interrupt (see the header).
-  handOver(&counts);
+  // (The hand-over marks are for ThreadSanitizer builds: see parallel.hpp.)
+  orvane::handOver(&counts);
   tbb::parallel_for(
       tbb::blocked_range<std::size_t>(0, filenames.size()),
       [&counts, &filenames](const tbb::blocked_range<std::size_t>& range) {
-        takeOver(&counts);
+        orvane::takeOver(&counts);
         for (std::size_t i = range.begin(); i != range.end(); ++i) {
           counts[i] = openAndGetRowGroups(filenames[i]);
         }
-        handOver(&counts);
+        orvane::handOver(&counts);
       },
       tbb::auto_partitioner());
-  takeOver(&counts);
+  orvane::takeOver(&counts);
   return counts;
 }
 

@@ -1,12 +1,10 @@
 // Where the data of host arrays lives, and how big arrays are freed.
 #include "array_impl.hpp"
 
-#include <ovparquet/host/threads.hpp>
+#include <ovparquet/host/parallel.hpp>
 
 #include <arrow/memory_pool.h>
-#include <oneapi/tbb/parallel_for.h>
 #include <oneapi/tbb/scalable_allocator.h>
-#include <oneapi/tbb/task_arena.h>
 
 #include <cstdint>
 #include <limits>
@@ -65,9 +63,8 @@ void releaseSlots(std::vector<unique_ovarray_ptr>& slots) noexcept {
   const unsigned threads = orvane::computationalThreadCount();
   if (count >= kParallelSlots && threads > 1) {
     try {
-      tbb::task_arena arena(static_cast<int>(threads));
-      arena.execute([&] {
-        tbb::parallel_for(std::size_t{0}, (count + kSlotsPerTask - 1) / kSlotsPerTask, [&](std::size_t task) {
+      orvane::withComputationalThreads([&] {
+        orvane::parallelFor(0, (count + kSlotsPerTask - 1) / kSlotsPerTask, [&](std::size_t task) {
           const std::size_t end = std::min(count, (task + 1) * kSlotsPerTask);
           for (std::size_t i = task * kSlotsPerTask; i < end; ++i) slots[i].reset();
         });

@@ -11,6 +11,7 @@
 #include <ovparquet/host/logger.hpp>
 #include <ovparquet/host/memory.hpp>
 #include <ovparquet/host/message.hpp>
+#include <ovparquet/host/parallel.hpp>
 #include <ovparquet/host/redact.hpp>
 #include <ovparquet/host/stream.hpp>
 #include <ovparquet/host/threads.hpp>
