@@ -230,6 +230,42 @@ class Renderer {
  public:
   explicit Renderer(const ovTextOptions& options) : mOptions(options) {}
 
+  // Elements of a 2-D array in rows: vectors are cut after maxInlineElements;
+  // matrices too large for that, and N-D arrays, become a summary. (Defined
+  // before its callers: clang does not instantiate it from their generic
+  // lambdas otherwise.)
+  template <typename ElementFn>
+  std::string grid(const ovArray* a, const char* open, const char* close, const char* separator,
+                   ElementFn&& elementOf) const {
+    const std::size_t numel = ovGetNumberOfElements(a);
+    if (numel == 0) return std::string(open) + close;
+    if (ovGetNumberOfDimensions(a) > 2) return summary(a);
+    const std::size_t m = ovGetM(a);
+    const std::size_t n = ovGetN(a);
+    const bool vector = m == 1 || n == 1;
+    if (!vector && numel > mOptions.maxInlineElements) return summary(a);
+    // A column separates its elements like rows.
+    const std::string between = m == 1 ? separator : "; ";
+    std::string out = open;
+    if (vector) {
+      const std::size_t shown = std::min(numel, mOptions.maxInlineElements);
+      for (std::size_t i = 0; i < shown; ++i) {
+        if (i > 0) out += between;
+        out += elementOf(i);
+      }
+      if (numel > shown) out += between + "...";
+    } else {
+      for (std::size_t i = 0; i < m; ++i) {
+        if (i > 0) out += "; ";
+        for (std::size_t j = 0; j < n; ++j) {
+          if (j > 0) out += separator;
+          out += elementOf(j * m + i);
+        }
+      }
+    }
+    return out + close;
+  }
+
   std::string inlineText(const ovArray* a) const {
     if (a == nullptr) return "[]";
     if (ovIsTable(a)) return tableRecords(a);
@@ -373,40 +409,6 @@ class Renderer {
       page /= dims[k];
     }
     return text + ")";
-  }
-
-  // Elements of a 2-D array in rows: vectors are cut after maxInlineElements;
-  // matrices too large for that, and N-D arrays, become a summary.
-  template <typename ElementFn>
-  std::string grid(const ovArray* a, const char* open, const char* close, const char* separator,
-                   ElementFn&& elementOf) const {
-    const std::size_t numel = ovGetNumberOfElements(a);
-    if (numel == 0) return std::string(open) + close;
-    if (ovGetNumberOfDimensions(a) > 2) return summary(a);
-    const std::size_t m = ovGetM(a);
-    const std::size_t n = ovGetN(a);
-    const bool vector = m == 1 || n == 1;
-    if (!vector && numel > mOptions.maxInlineElements) return summary(a);
-    // A column separates its elements like rows.
-    const std::string between = m == 1 ? separator : "; ";
-    std::string out = open;
-    if (vector) {
-      const std::size_t shown = std::min(numel, mOptions.maxInlineElements);
-      for (std::size_t i = 0; i < shown; ++i) {
-        if (i > 0) out += between;
-        out += elementOf(i);
-      }
-      if (numel > shown) out += between + "...";
-    } else {
-      for (std::size_t i = 0; i < m; ++i) {
-        if (i > 0) out += "; ";
-        for (std::size_t j = 0; j < n; ++j) {
-          if (j > 0) out += separator;
-          out += elementOf(j * m + i);
-        }
-      }
-    }
-    return out + close;
   }
 
   std::string structRecord(const ovArray* a, std::size_t index) const {

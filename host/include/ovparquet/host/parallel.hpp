@@ -4,6 +4,7 @@
 
 #include <ovparquet/host/threads.hpp>
 
+#include <oneapi/tbb/blocked_range.h>
 #include <oneapi/tbb/parallel_for.h>
 #include <oneapi/tbb/task_arena.h>
 
@@ -43,15 +44,21 @@ void withComputationalThreads(Work&& work) {
 // every call before what the caller does after it; the calls are not
 // ordered among themselves. The first exception a call throws cancels the
 // loop and is rethrown here.
+//
+// The loop runs over a blocked range, so that each task holds its own copy
+// of the loop's closure (made where oneTBB allocates the task) rather than a
+// reference to the caller's stack, which a task would read before it could
+// take over the caller's mark.
 template <typename Body>
 void parallelFor(std::size_t begin, std::size_t end, const Body& body) {
   char marks[2];  // addresses only: into the loop, out of it
   handOver(&marks[0]);
-  tbb::parallel_for(begin, end, [&](std::size_t i) {
-    takeOver(&marks[0]);
-    body(i);
-    handOver(&marks[1]);
-  });
+  tbb::parallel_for(tbb::blocked_range<std::size_t>(begin, end),
+                    [&marks, &body](const tbb::blocked_range<std::size_t>& range) {
+                      takeOver(&marks[0]);
+                      for (std::size_t i = range.begin(); i != range.end(); ++i) body(i);
+                      handOver(&marks[1]);
+                    });
   takeOver(&marks[1]);
 }
 
