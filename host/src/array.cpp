@@ -6,7 +6,7 @@
 #include <ovparquet/host/class_visit.hpp>
 #include <ovparquet/host/error.hpp>
 
-#include <oneapi/tbb/scalable_allocator.h>
+#include "scalable_memory.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -30,11 +30,10 @@ struct BlockFree {
 
 }  // namespace
 
-void ScalableFree::operator()(std::uint8_t* p) const noexcept { scalable_free(p); }
+void ScalableFree::operator()(std::uint8_t* p) const noexcept { scalableFree(p); }
 
 MaskPtr allocateMask(std::size_t count, bool zero) {
-  auto* p = static_cast<std::uint8_t*>(scalable_malloc(count == 0 ? 1 : count));
-  if (p == nullptr) throw std::bad_alloc();
+  auto* p = static_cast<std::uint8_t*>(scalableAllocate(count, alignof(std::max_align_t)));
   if (zero) std::memset(p, 0, count);
   return MaskPtr(p);
 }
@@ -55,7 +54,7 @@ Buffer Buffer::allocate(std::size_t bytes, bool zero) {
   // The shared count beside the block comes from the scalable allocator
   // too: list rows make millions of small buffers. (Should it throw, the
   // block is freed by its deleter.)
-  buffer.owner = std::shared_ptr<void>(p, BlockFree{size}, tbb::scalable_allocator<char>());
+  buffer.owner = std::shared_ptr<void>(p, BlockFree{size}, ScalableAllocator<char>());
   buffer.data = p;
   if (zero) std::memset(p, 0, size);
   return buffer;

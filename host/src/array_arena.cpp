@@ -4,7 +4,7 @@
 
 #include "array_impl.hpp"
 
-#include <oneapi/tbb/scalable_allocator.h>
+#include "scalable_memory.hpp"
 
 #include <atomic>
 #include <cstring>
@@ -35,7 +35,7 @@ thread_local ovArrayArena* tCurrent = nullptr;
 void release(ovdetail::ArenaSlab* slab) noexcept {
   if (slab->references.fetch_sub(1, std::memory_order_acq_rel) == 1) {
     slab->~ArenaSlab();
-    scalable_free(slab);
+    ovdetail::scalableFree(slab);
   }
 }
 
@@ -58,8 +58,7 @@ void* ovArrayArena::take(std::size_t size) {
   const std::size_t slot = kPrefix + (size + kPrefix - 1) / kPrefix * kPrefix;
   if (kFirstSlot + slot > kSlabBytes) return nullptr;
   if (mSlab == nullptr || mUsed + slot > kSlabBytes) {
-    void* block = scalable_malloc(kSlabBytes);
-    if (block == nullptr) throw std::bad_alloc();
+    void* block = ovdetail::scalableAllocate(kSlabBytes, kPrefix);
     auto* slab = ::new (block) ovdetail::ArenaSlab;
     if (mSlab != nullptr) release(mSlab);
     mSlab = slab;
@@ -76,8 +75,7 @@ void* ovArray::operator new(std::size_t size) {
   if (tCurrent != nullptr) {
     if (void* header = tCurrent->take(size)) return header;
   }
-  void* block = scalable_malloc(kPrefix + size);
-  if (block == nullptr) throw std::bad_alloc();
+  void* block = ovdetail::scalableAllocate(kPrefix + size, kPrefix);
   std::memset(block, 0, kPrefix);
   return static_cast<char*>(block) + kPrefix;
 }
@@ -87,6 +85,6 @@ void ovArray::operator delete(void* header) noexcept {
   if (ovdetail::ArenaSlab* slab = slabBefore(header)) {
     release(slab);
   } else {
-    scalable_free(static_cast<char*>(header) - kPrefix);
+    ovdetail::scalableFree(static_cast<char*>(header) - kPrefix);
   }
 }

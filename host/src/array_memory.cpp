@@ -4,7 +4,7 @@
 #include <ovparquet/host/parallel.hpp>
 
 #include <arrow/memory_pool.h>
-#include <oneapi/tbb/scalable_allocator.h>
+#include "scalable_memory.hpp"
 
 #include <cstdint>
 #include <limits>
@@ -42,9 +42,7 @@ void* allocateBlock(std::size_t bytes) {
     }
     return block;
   }
-  void* block = scalable_aligned_malloc(bytes, kAlignment);
-  if (block == nullptr) throw std::bad_alloc();
-  return block;
+  return scalableAllocate(bytes, kAlignment);
 }
 
 void freeBlock(void* block, std::size_t bytes) noexcept {
@@ -54,7 +52,7 @@ void freeBlock(void* block, std::size_t bytes) noexcept {
     arrow::default_memory_pool()->Free(static_cast<std::uint8_t*>(block), static_cast<std::int64_t>(bytes),
                                        kAlignment);
   } else {
-    scalable_aligned_free(block);
+    scalableFree(block);
   }
 }
 
