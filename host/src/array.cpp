@@ -2,11 +2,10 @@
 // missing masks. Containers and tables are in array_containers.cpp, equality
 // in array_compare.cpp.
 #include "array_impl.hpp"
+#include "scalable_memory.hpp"
 
 #include <ovparquet/host/class_visit.hpp>
 #include <ovparquet/host/error.hpp>
-
-#include "scalable_memory.hpp"
 
 #include <algorithm>
 #include <cmath>

@@ -3,7 +3,6 @@
 #include <ovparquet/host/array_arena.hpp>
 
 #include "array_impl.hpp"
-
 #include "scalable_memory.hpp"
 
 #include <atomic>

@@ -1,10 +1,10 @@
 // Where the data of host arrays lives, and how big arrays are freed.
 #include "array_impl.hpp"
+#include "scalable_memory.hpp"
 
 #include <ovparquet/host/parallel.hpp>
 
 #include <arrow/memory_pool.h>
-#include "scalable_memory.hpp"
 
 #include <cstdint>
 #include <limits>
