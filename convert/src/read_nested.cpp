@@ -7,7 +7,6 @@
 #include <ovparquet/host/threads.hpp>
 #include <ovparquet/host/ustring.hpp>
 
-
 #include <algorithm>
 #include <cstring>
 #include <exception>

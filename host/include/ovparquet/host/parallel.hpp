@@ -12,6 +12,14 @@
 #include <utility>
 
 #if defined(__SANITIZE_THREAD__)
+#define OVPARQUET_THREAD_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define OVPARQUET_THREAD_SANITIZER 1
+#endif
+#endif
+
+#if defined(OVPARQUET_THREAD_SANITIZER)
 extern "C" void __tsan_acquire(void* address);
 extern "C" void __tsan_release(void* address);
 #endif
@@ -22,7 +30,7 @@ namespace orvane {
 // ThreadSanitizer builds do not instrument. These tell ThreadSanitizer what
 // oneTBB guarantees: what one thread did before handOver(address) happens
 // before what another does after takeOver(address). No-ops otherwise.
-#if defined(__SANITIZE_THREAD__)
+#if defined(OVPARQUET_THREAD_SANITIZER)
 inline void handOver(void* address) noexcept { __tsan_release(address); }
 inline void takeOver(void* address) noexcept { __tsan_acquire(address); }
 #else
