@@ -30,9 +30,9 @@ set(CPACK_DEBIAN_COMPRESSION_TYPE gzip)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 get_property(_ovparquet_deb_depends GLOBAL PROPERTY OVPARQUET_DEB_DEPENDS)
 list(JOIN _ovparquet_deb_depends ", " CPACK_DEBIAN_PACKAGE_DEPENDS)
-# Building against the headers and the CMake package needs Boost.Log's and
-# Boost.Thread's development files; running the program does not.
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "libboost-log-dev (>= 1.74), libboost-thread-dev (>= 1.74)")
+# Building against the headers and the CMake package needs Boost.Log's,
+# Boost.Thread's and oneTBB's development files; running the program does not.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "libboost-log-dev (>= 1.74), libboost-thread-dev (>= 1.74), libtbb-dev")
 # The Arrow project's own Debian packages carry the same sonames and headers.
 set(CPACK_DEBIAN_PACKAGE_CONFLICTS "libarrow1500, libparquet1500, libarrow-dev, libparquet-dev")
 # CPack itself adds the postinst and postrm that refresh the loader cache for

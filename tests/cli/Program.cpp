@@ -80,6 +80,12 @@ void RunningProgram::interrupt() {
   if (!mDone) kill(mPid, SIGINT);
 }
 
+std::uintmax_t RunningProgram::outputBytes() const {
+  std::error_code ec;
+  const auto size = std::filesystem::file_size(mOutPath, ec);
+  return ec ? 0 : size;
+}
+
 bool RunningProgram::running() {
   if (mDone) return false;
   int raw = 0;

@@ -4,6 +4,8 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
+
 #include <string>
 #include <vector>
 
@@ -34,6 +36,8 @@ class RunningProgram {
   // Sends SIGINT, as Ctrl-C does.
   void interrupt();
   bool running();
+  // How much the program has written to its standard output so far.
+  std::uintmax_t outputBytes() const;
   RunResult wait();
 
  private:
