@@ -146,6 +146,9 @@ bool isNumericClass(ovClassID classID) noexcept {
 }
 
 void makeWritable(ovArray& array) {
+  // An empty array has nothing to write, so its shared block stays: list
+  // rows ask for writable data even when they are empty.
+  if (array.numel == 0) return;
   auto copy = [&](Buffer& buffer) {
     if (!buffer.readOnly) return;
     const std::size_t bytes = array.numel * ovClassElementSize(array.classID);

@@ -24,8 +24,8 @@ namespace {
 constexpr std::size_t kPrefix = sizeof(void*);
 static_assert(alignof(ovArray) <= kPrefix);
 
-// Thousands of headers each. Slabs come from the scalable allocator, whose
-// cache of blocks this size serves the slabs of the next read.
+// Thousands of headers each. Slabs are host blocks: those of one read serve
+// the next (block_cache.hpp).
 constexpr std::size_t kSlabBytes = std::size_t{1} << 20;
 constexpr std::size_t kFirstSlot = (sizeof(ovdetail::ArenaSlab) + kPrefix - 1) / kPrefix * kPrefix;
 
@@ -34,7 +34,7 @@ thread_local ovArrayArena* tCurrent = nullptr;
 void release(ovdetail::ArenaSlab* slab) noexcept {
   if (slab->references.fetch_sub(1, std::memory_order_acq_rel) == 1) {
     slab->~ArenaSlab();
-    ovdetail::scalableFree(slab);
+    ovdetail::freeBlock(slab, kSlabBytes);
   }
 }
 
@@ -57,7 +57,7 @@ void* ovArrayArena::take(std::size_t size) {
   const std::size_t slot = kPrefix + (size + kPrefix - 1) / kPrefix * kPrefix;
   if (kFirstSlot + slot > kSlabBytes) return nullptr;
   if (mSlab == nullptr || mUsed + slot > kSlabBytes) {
-    void* block = ovdetail::scalableAllocate(kSlabBytes, kPrefix);
+    void* block = ovdetail::allocateBlock(kSlabBytes);
     auto* slab = ::new (block) ovdetail::ArenaSlab;
     if (mSlab != nullptr) release(mSlab);
     mSlab = slab;

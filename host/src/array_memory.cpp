@@ -1,10 +1,9 @@
 // Where the data of host arrays lives, and how big arrays are freed.
 #include "array_impl.hpp"
+#include "block_cache.hpp"
 #include "scalable_memory.hpp"
 
 #include <ovparquet/host/parallel.hpp>
-
-#include <arrow/memory_pool.h>
 
 #include <cstdint>
 #include <limits>
@@ -15,13 +14,10 @@ namespace {
 
 constexpr std::size_t kAlignment = 64;
 
-// From this size on, blocks come from Arrow's pool. The scalable allocator
-// keeps smaller freed blocks for reuse, but maps and unmaps bigger ones on
-// every call, so each read would fault the text of its string columns in
-// afresh; Arrow's pool reuses much of it. (Below this size the scalable
-// allocator does better, above all with one thread: Arrow's pool returns
-// pages the moment a thread's next read is slow to ask for them again.)
-constexpr std::size_t kPoolBlock = std::size_t{64} << 20;
+// From this size on, blocks are kept for the next read (block_cache.hpp).
+// oneTBB's scalable allocator serves smaller ones well, and keeps them
+// itself.
+constexpr std::size_t kCachedBlock = std::size_t{1} << 20;
 
 // Cells and structs with this many slots free their elements in parallel:
 // a nested column of millions of rows would otherwise free them one by one.
@@ -31,26 +27,16 @@ constexpr std::size_t kSlotsPerTask = 8192;
 }  // namespace
 
 void* allocateBlock(std::size_t bytes) {
-  if (bytes == 0) bytes = 1;
-  if (bytes >= kPoolBlock) {
-    if (bytes > static_cast<std::size_t>(std::numeric_limits<std::int64_t>::max())) {
-      throw std::bad_alloc();
-    }
-    std::uint8_t* block = nullptr;
-    if (!arrow::default_memory_pool()->Allocate(static_cast<std::int64_t>(bytes), kAlignment, &block).ok()) {
-      throw std::bad_alloc();
-    }
-    return block;
-  }
+  // Sanitized builds take every block from the system allocator, which the
+  // sanitizers see.
+  if (!kSanitizedMemory && bytes >= kCachedBlock) return BlockCache::shared().take(bytes);
   return scalableAllocate(bytes, kAlignment);
 }
 
 void freeBlock(void* block, std::size_t bytes) noexcept {
   if (block == nullptr) return;
-  if (bytes == 0) bytes = 1;
-  if (bytes >= kPoolBlock) {
-    arrow::default_memory_pool()->Free(static_cast<std::uint8_t*>(block), static_cast<std::int64_t>(bytes),
-                                       kAlignment);
+  if (!kSanitizedMemory && bytes >= kCachedBlock) {
+    BlockCache::shared().give(block, bytes);
   } else {
     scalableFree(block);
   }
