@@ -14,7 +14,7 @@
 namespace ovdetail {
 
 // Blocks of host array data (array_memory.cpp): 64-byte aligned, at least
-// one byte; from oneTBB's scalable allocator, or Arrow's memory pool for the
+// one byte; from oneTBB's scalable allocator, or the block cache for the
 // largest. `freeBlock` takes the size the block was allocated with.
 void* allocateBlock(std::size_t bytes);
 void freeBlock(void* block, std::size_t bytes) noexcept;
