@@ -35,6 +35,7 @@
 namespace {
 
 using ovbench::bestSeconds;
+using ovbench::bestSecondsInTurns;
 
 std::shared_ptr<arrow::Table> numericTable(int64_t rows) {
   arrow::FieldVector fields;
@@ -149,8 +150,7 @@ void readWithOurs(const std::string& path) {
 void run(const char* label, const std::shared_ptr<arrow::Table>& table, const std::string& path) {
   write(*table, path);
   readWithArrow(path);  // warm the page cache
-  const double arrow = bestSeconds(5, [&] { readWithArrow(path); });
-  const double ours = bestSeconds(5, [&] { readWithOurs(path); });
+  const auto [arrow, ours] = bestSecondsInTurns(7, [&] { readWithArrow(path); }, [&] { readWithOurs(path); });
   // The whole read (decoding and conversion) with a computational thread
   // count of 1.
   orvane::setComputationalThreadCount(1);
