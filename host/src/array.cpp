@@ -75,8 +75,25 @@ ovDims normaliseDims(std::size_t ndims, const std::size_t* dims) {
   return normaliseDims(ovDims(dims, dims + ndims));
 }
 
+namespace {
+
+// `to` becomes a copy of `from`. Copying or moving a small_vector calls
+// memmove even for two elements, which costs more than the stores
+// themselves; nested columns make one array per row.
+void assignDims(ovDims& to, ovDims&& from) {
+  if (from.size() > to.static_capacity) {
+    to = std::move(from);
+    return;
+  }
+  to.clear();
+  for (std::size_t d : from) to.push_back(d);
+}
+
+}  // namespace
+
 ovDims normaliseDims(ovDims&& dims) {
-  ovDims out = std::move(dims);
+  ovDims out;
+  assignDims(out, std::move(dims));
   if (out.empty()) {
     out = {0, 0};
   } else if (out.size() == 1) {
@@ -90,7 +107,7 @@ unique_ovarray_ptr makeArray(ovClassID classID, ovDims dims) {
   unique_ovarray_ptr array(new ovArray);
   array->classID = classID;
   array->numel = checkedNumel(dims);
-  array->dims = std::move(dims);
+  assignDims(array->dims, std::move(dims));
   return array;
 }
 
