@@ -1,9 +1,10 @@
-// Benchmark support: the best wall time of a few runs.
+// Benchmark support: the best wall time of a few runs, and paired runs of
+// two contenders.
 #pragma once
 
 #include <algorithm>
 #include <chrono>
-#include <utility>
+#include <vector>
 
 namespace ovbench {
 
@@ -18,16 +19,29 @@ double bestSeconds(int repetitions, F&& f) {
   return best;
 }
 
-// The best wall times of `f` and of `g`, run in turns: a slow spell of a
-// shared machine then falls on both rather than on one of them.
+// `f` and `g` run in turns, `rounds` times: their best wall times, and the
+// median of the per-round ratios g / f. Each ratio compares two runs a few
+// milliseconds apart, so a slow spell of a shared machine falls on both.
+struct Paired {
+  double bestF = 1e300;
+  double bestG = 1e300;
+  double medianRatio = 0;
+};
+
 template <typename F, typename G>
-std::pair<double, double> bestSecondsInTurns(int rounds, F&& f, G&& g) {
-  std::pair<double, double> best{1e300, 1e300};
+Paired pairedSeconds(int rounds, F&& f, G&& g) {
+  Paired result;
+  std::vector<double> ratios;
   for (int r = 0; r < rounds; ++r) {
-    best.first = std::min(best.first, bestSeconds(1, f));
-    best.second = std::min(best.second, bestSeconds(1, g));
+    const double tf = bestSeconds(1, f);
+    const double tg = bestSeconds(1, g);
+    result.bestF = std::min(result.bestF, tf);
+    result.bestG = std::min(result.bestG, tg);
+    ratios.push_back(tg / tf);
   }
-  return best;
+  std::sort(ratios.begin(), ratios.end());
+  result.medianRatio = ratios.empty() ? 0 : ratios[ratios.size() / 2];
+  return result;
 }
 
 }  // namespace ovbench

@@ -35,7 +35,7 @@
 namespace {
 
 using ovbench::bestSeconds;
-using ovbench::bestSecondsInTurns;
+using ovbench::pairedSeconds;
 
 std::shared_ptr<arrow::Table> numericTable(int64_t rows) {
   arrow::FieldVector fields;
@@ -150,7 +150,7 @@ void readWithOurs(const std::string& path) {
 void run(const char* label, const std::shared_ptr<arrow::Table>& table, const std::string& path) {
   write(*table, path);
   readWithArrow(path);  // warm the page cache
-  const auto [arrow, ours] = bestSecondsInTurns(7, [&] { readWithArrow(path); }, [&] { readWithOurs(path); });
+  const auto paired = pairedSeconds(11, [&] { readWithArrow(path); }, [&] { readWithOurs(path); });
   // The whole read (decoding and conversion) with a computational thread
   // count of 1.
   orvane::setComputationalThreadCount(1);
@@ -159,9 +159,10 @@ void run(const char* label, const std::shared_ptr<arrow::Table>& table, const st
   // Our reader sized Arrow's pool to one thread too; Arrow's next reads get
   // it back.
   (void)arrow::SetCpuThreadPoolCapacity(static_cast<int>(orvane::computationalThreadCount()));
-  std::printf("%-8s %8.1f MB  host arrays %8.1f ms (1 thread %8.1f)   Arrow ReadTable %8.1f ms   ratio %.2fx\n",
-              label, static_cast<double>(std::filesystem::file_size(path)) / 1e6, ours * 1e3, serial * 1e3,
-              arrow * 1e3, ours / arrow);
+  std::printf("%-8s %8.1f MB  host arrays %8.1f ms (1 thread %8.1f)   Arrow ReadTable %8.1f ms   "
+              "ratio %.2fx (median of paired runs %.2fx)\n",
+              label, static_cast<double>(std::filesystem::file_size(path)) / 1e6, paired.bestG * 1e3, serial * 1e3,
+              paired.bestF * 1e3, paired.bestG / paired.bestF, paired.medianRatio);
 }
 
 }  // namespace
