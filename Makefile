@@ -52,7 +52,7 @@ sanitize:
 # Only the concurrency tests: everything else runs on one thread at a time.
 tsan:
 	@$(MAKE) --no-print-directory configure BUILD=build-tsan CMAKE_ARGS="-DOVPARQUET_TSAN=ON -DOVPARQUET_BUILD_BENCH=OFF"
-	@cmake --build build-tsan -j $(JOBS) --target tsan_tests
+	@cmake --build build-tsan -j $(JOBS) --target tsan_tests host_tests
 	@cd build-tsan && ctest -R '^tsan[.]' --output-on-failure
 
 octave-package: configure
