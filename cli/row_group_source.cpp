@@ -108,16 +108,22 @@ PrefetchedRowGroups::~PrefetchedRowGroups() {
 }
 
 void PrefetchedRowGroups::start() {
-  mNext = std::async(std::launch::async, [this] { return mSource.next(); });
+  mNext = std::async(std::launch::async, [this] {
+    Fetched fetched;
+    fetched.table = mSource.next();
+    fetched.progress = mSource.progress();
+    return fetched;
+  });
 }
 
 unique_ovarray_ptr PrefetchedRowGroups::next() {
   while (mNext.wait_for(std::chrono::milliseconds(20)) != std::future_status::ready) {
     orvane::throwIfInterruptPending();
   }
-  auto table = mNext.get();
-  if (table) start();
-  return table;
+  Fetched fetched = mNext.get();
+  mProgress = fetched.progress;
+  if (fetched.table) start();
+  return std::move(fetched.table);
 }
 
 }  // namespace ovparquet::cli

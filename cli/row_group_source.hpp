@@ -20,6 +20,9 @@ class RowGroupSource {
   // the heights given add up to.
   unique_ovarray_ptr next();
 
+  // How far through the inputs the rows handed out so far reach, 0 to 1.
+  double progress() const { return mInput.progress(); }
+
  private:
   // The next `height` rows (fewer at the end of the inputs).
   unique_ovarray_ptr take(std::uint64_t height);
@@ -46,11 +49,22 @@ class PrefetchedRowGroups {
 
   unique_ovarray_ptr next();
 
+  // The source's progress just after it gave the row group next() returned
+  // last. The source itself is busy on the reading thread meanwhile: asking
+  // it directly would race with its move to the next input file.
+  double progress() const { return mProgress; }
+
  private:
+  struct Fetched {
+    unique_ovarray_ptr table;
+    double progress = 0;
+  };
+
   void start();
 
   RowGroupSource& mSource;
-  std::future<unique_ovarray_ptr> mNext;
+  std::future<Fetched> mNext;
+  double mProgress = 0;
 };
 
 }  // namespace ovparquet::cli

@@ -58,7 +58,7 @@ WriteResult writeAll(core::write::ParquetWriter& writer, InputChain& input, cons
     writer.writeRowGroups(table.get(), oneGroup.get());
     result.rows += n;
     ++result.rowGroups;
-    progress.update(static_cast<std::size_t>(input.progress() * 1000));
+    progress.update(static_cast<std::size_t>(rowGroups.progress() * 1000));
   }
   if (!configured) {
     // No rows at all: the schema alone, from the input's empty table.
