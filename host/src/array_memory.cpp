@@ -5,10 +5,6 @@
 
 #include <ovparquet/host/parallel.hpp>
 
-#include <cstdint>
-#include <limits>
-#include <new>
-
 namespace ovdetail {
 namespace {
 

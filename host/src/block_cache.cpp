@@ -7,7 +7,6 @@
 #include <bit>
 #include <limits>
 #include <new>
-#include <system_error>
 #include <vector>
 
 namespace ovdetail {
@@ -97,14 +96,18 @@ void BlockCache::give(void* block, std::size_t bytes) noexcept {
   // Over capacity: the blocks idle longest go first. Rare enough that a
   // search of the whole cache for each is cheap.
   while (mKeptBytes > mCapacity) {
-    auto oldest = std::min_element(mKept.begin(), mKept.end(),
-                                   [](const auto& a, const auto& b) { return a.second.since < b.second.since; });
+    auto oldest = oldestKept();
     mKeptBytes -= oldest->first;
     unmap(oldest->second.block, oldest->first);
     mKept.erase(oldest);
   }
   lock.unlock();
   if (wasEmpty) mWake.notify_all();
+}
+
+std::multimap<std::size_t, BlockCache::Kept>::iterator BlockCache::oldestKept() {
+  return std::min_element(mKept.begin(), mKept.end(),
+                          [](const auto& a, const auto& b) { return a.second.since < b.second.since; });
 }
 
 std::size_t BlockCache::keptBytes() const {
@@ -120,8 +123,7 @@ void BlockCache::expireIdle() {
       mWake.wait(lock);
       continue;
     }
-    auto oldest = std::min_element(mKept.begin(), mKept.end(),
-                                   [](const auto& a, const auto& b) { return a.second.since < b.second.since; });
+    auto oldest = oldestKept();
     mWake.wait_until(lock, oldest->second.since + mIdle);
     if (mStopping) break;
     const auto now = std::chrono::steady_clock::now();

@@ -57,6 +57,8 @@ class BlockCache {
   };
 
   void expireIdle();
+  // The block idle longest (the cache is not empty; the caller holds mMutex).
+  std::multimap<std::size_t, Kept>::iterator oldestKept();
 
   const std::size_t mCapacity;
   const std::chrono::milliseconds mIdle;
