@@ -7,9 +7,12 @@
 #include "../../support/ParquetFiles.hpp"
 
 #include <arrow/buffer.h>
+#include <arrow/io/interfaces.h>
+#include <arrow/util/thread_pool.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <thread>
 
 namespace orvane::io::parquet::core::common {
 namespace {
@@ -243,6 +246,58 @@ TEST_F(ReadableWritableFileTest, ReadFailurePassesUnchangedThroughTheRowGroupCou
   ovtest::registerHandleScheme("unreadable", 4096, [] { return std::make_unique<ovtest::UnreadableHandle>(); });
   EXPECT_THROW(info::openAndGetRowGroups(u"unreadable://disk/data.parquet"), ReadFailure);
   EXPECT_THROW(info::getNumRowGroupsSync({u"unreadable://disk/a.parquet"}), ReadFailure);
+}
+
+// Runs each task on a thread of its own and remembers where it ran.
+class RecordingExecutor : public ::arrow::internal::Executor {
+ public:
+  int GetCapacity() override { return 1; }
+  int tasks = 0;
+  std::thread::id ranOn;
+
+ protected:
+  ::arrow::Status SpawnReal(::arrow::internal::TaskHints, ::arrow::internal::FnOnce<void()> task,
+                            ::arrow::StopToken, StopCallback&&) override {
+    ++tasks;
+    std::thread worker([this, &task] {
+      ranOn = std::this_thread::get_id();
+      std::move(task)();
+    });
+    worker.join();
+    return ::arrow::Status::OK();
+  }
+};
+
+// Parquet pre-buffers column chunks through ReadAsync. The read runs on the
+// context's executor (Arrow's I/O threads, whose allocator arenas keep freed
+// buffers for the next read), and the future is finished when it returns.
+TEST_F(ReadableWritableFileTest, ReadAsyncReadsOnTheContextsExecutor) {
+  const std::string path = mDir.file("data.bin");
+  const std::string bytes = pattern(100000);
+  ovtest::writeBytes(path, bytes);
+  auto file = makeReadableFilePtr(orvane::utf8_to_ustring(path));
+  RecordingExecutor executor;
+  const ::arrow::io::IOContext context(::arrow::default_memory_pool(), &executor);
+  auto future = file->ReadAsync(context, 4000, 50000);
+  EXPECT_TRUE(future.is_finished());
+  ASSERT_TRUE(future.result().ok()) << future.result().status().ToString();
+  EXPECT_EQ((*future.result())->ToString(), bytes.substr(4000, 50000));
+  EXPECT_EQ(executor.tasks, 1);
+  EXPECT_NE(executor.ranOn, std::this_thread::get_id());
+}
+
+// A device error inside that read reaches the caller as the ReadFailure
+// itself, thrown on the caller's thread: an exception left on an I/O thread
+// would end the process.
+TEST_F(ReadableWritableFileTest, ReadAsyncThrowsAReadFailureOnTheCallersThread) {
+  ovtest::registerHandleScheme("unreadable", 4096, [] { return std::make_unique<ovtest::UnreadableHandle>(); });
+  auto file = makeReadableFilePtr(u"unreadable://disk/data.bin");
+  RecordingExecutor executor;
+  const ::arrow::io::IOContext context(::arrow::default_memory_pool(), &executor);
+  EXPECT_THROW((void)file->ReadAsync(context, 0, 100), ReadFailure);
+  EXPECT_EQ(executor.tasks, 1);
+  // Arrow's own I/O threads give the same.
+  EXPECT_THROW((void)file->ReadAsync(::arrow::io::default_io_context(), 0, 100), ReadFailure);
 }
 
 // A refused write is not reported by Write, but the position of the failed

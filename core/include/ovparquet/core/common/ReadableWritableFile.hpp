@@ -37,7 +37,8 @@ class ReadableWritableFile : public ::arrow::io::ReadWriteFileInterface {
   ::arrow::Result<int64_t> GetSize() override;
   ::arrow::Result<int64_t> ReadAt(int64_t position, int64_t nbytes, void* out) override;
   ::arrow::Result<std::shared_ptr<::arrow::Buffer>> ReadAt(int64_t position, int64_t nbytes) override;
-  // Reads at once, on the caller's thread (see the definition).
+  // Reads on an I/O thread while the caller waits; a ReadFailure is thrown
+  // again on the caller's thread (see the definition).
   ::arrow::Future<std::shared_ptr<::arrow::Buffer>> ReadAsync(const ::arrow::io::IOContext& context,
                                                               int64_t position, int64_t nbytes) override;
   ::arrow::Status Close() override;
