@@ -94,6 +94,11 @@ bool ReadableWritableFile::supports_zero_copy() const { return false; }
 ::arrow::Future<std::shared_ptr<::arrow::Buffer>> ReadableWritableFile::ReadAsync(const ::arrow::io::IOContext& context,
                                                                                  int64_t position, int64_t nbytes) {
   using BufferResult = ::arrow::Result<std::shared_ptr<::arrow::Buffer>>;
+  // A thread of the executor itself reads in place: waiting there for a task
+  // of its own pool could wait forever once every thread of the pool does.
+  if (context.executor()->OwnsThisThread()) {
+    return ::arrow::Future<std::shared_ptr<::arrow::Buffer>>::MakeFinished(ReadAt(position, nbytes));
+  }
   std::exception_ptr failure;
   auto read = [this, position, nbytes, &failure]() -> BufferResult {
     try {

@@ -252,8 +252,10 @@ TEST_F(ReadableWritableFileTest, ReadFailurePassesUnchangedThroughTheRowGroupCou
 class RecordingExecutor : public ::arrow::internal::Executor {
  public:
   int GetCapacity() override { return 1; }
+  bool OwnsThisThread() override { return ownsCaller; }
   int tasks = 0;
   std::thread::id ranOn;
+  bool ownsCaller = false;  // pretend the caller is one of this executor's threads
 
  protected:
   ::arrow::Status SpawnReal(::arrow::internal::TaskHints, ::arrow::internal::FnOnce<void()> task,
@@ -284,6 +286,23 @@ TEST_F(ReadableWritableFileTest, ReadAsyncReadsOnTheContextsExecutor) {
   EXPECT_EQ((*future.result())->ToString(), bytes.substr(4000, 50000));
   EXPECT_EQ(executor.tasks, 1);
   EXPECT_NE(executor.ranOn, std::this_thread::get_id());
+}
+
+// Called from a thread of the executor itself, the read runs in place: a
+// task of that thread's own pool might never start while it waits.
+TEST_F(ReadableWritableFileTest, ReadAsyncOnAThreadOfTheExecutorReadsInPlace) {
+  const std::string path = mDir.file("data.bin");
+  const std::string bytes = pattern(10000);
+  ovtest::writeBytes(path, bytes);
+  auto file = makeReadableFilePtr(orvane::utf8_to_ustring(path));
+  RecordingExecutor executor;
+  executor.ownsCaller = true;
+  const ::arrow::io::IOContext context(::arrow::default_memory_pool(), &executor);
+  auto future = file->ReadAsync(context, 100, 5000);
+  EXPECT_TRUE(future.is_finished());
+  ASSERT_TRUE(future.result().ok()) << future.result().status().ToString();
+  EXPECT_EQ((*future.result())->ToString(), bytes.substr(100, 5000));
+  EXPECT_EQ(executor.tasks, 0);
 }
 
 // A device error inside that read reaches the caller as the ReadFailure
